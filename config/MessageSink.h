@@ -1,0 +1,16 @@
+#pragma once
+// Where the layers without a user interface report what the system shows as a message box.
+// The window installs a sink that shows a box; the default writes title and text to stderr.
+
+#include <functional>
+#include <string>
+
+namespace tesselex {
+
+using MessageSink = std::function<void(const std::u16string& title, const std::u16string& text)>;
+
+// Installs a sink and returns the previous one; an empty sink restores the default.
+MessageSink SetMessageSink(MessageSink sink);
+void ShowMessage(const std::u16string& title, const std::u16string& text);
+
+}  // namespace tesselex

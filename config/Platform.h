@@ -1,0 +1,20 @@
+#pragma once
+// The platform edges the lower layers need, each behind one function.
+
+#include <filesystem>
+
+namespace tesselex {
+
+// The program's own folder, where its files are found when named without a path: the folder
+// named by the environment variable TESSELEX_HOME when set, otherwise the executable's folder.
+std::filesystem::path ProgramFolder();
+
+// The folder a bare INI file name (cat.ini) is looked up in: %WINDIR% on Windows, the program
+// folder elsewhere.
+std::filesystem::path WindowsFolder();
+
+// A name given without any path separator ('\' or '/') is taken from the program folder;
+// otherwise it is a path as it stands.
+std::filesystem::path ResolveInProgramFolder(const std::filesystem::path& name);
+
+}  // namespace tesselex
