@@ -1,0 +1,53 @@
+#pragma once
+// A real FTP server on 127.0.0.1 for tests: pyftpdlib run by the system Python (TESSELEX_PYTHON)
+// on a port chosen by the system, with one user whose home is a fresh temporary folder. The
+// constructor returns once the server accepts connections; the destructor kills the process
+// and removes the folder.
+//
+//   LoopbackFtpServer ftp;                          // user "tester", password "secret"
+//   FtpHandle h = FtpConnect(ftp.ServerText(), ftp.UserText(), ftp.PasswordText());
+//   FtpSend(h, u"out.mrc", localFile, false);
+//   ReadBytes(ftp.Root() / "out.mrc");              // what the server stored
+//
+// The user may read, write, create folders, rename and delete under the root. A failed login
+// is answered at once (the usual anti-guessing delay is off) so failure tests stay quick.
+
+#include <sys/types.h>
+#include <filesystem>
+#include <string>
+
+#include "tests/support/TempDir.h"
+
+namespace tesselex::test {
+
+class LoopbackFtpServer {
+  public:
+    // Throws std::runtime_error when the server cannot be started (no Python, no pyftpdlib).
+    explicit LoopbackFtpServer(std::string user = "tester", std::string password = "secret");
+    ~LoopbackFtpServer();
+    LoopbackFtpServer(const LoopbackFtpServer&) = delete;
+    LoopbackFtpServer& operator=(const LoopbackFtpServer&) = delete;
+
+    int Port() const { return port_; }
+    // "127.0.0.1:<port>", the server text FtpConnect takes.
+    std::string Address() const;
+    std::u16string ServerText() const;
+    const std::string& User() const { return user_; }
+    const std::string& Password() const { return password_; }
+    std::u16string UserText() const;
+    std::u16string PasswordText() const;
+    // The user's home folder on the server, a temporary folder of this machine.
+    const std::filesystem::path& Root() const { return root_.Path(); }
+
+    // Kills the server now (the destructor does it too); connections are refused afterwards.
+    void Stop();
+
+  private:
+    std::string user_;
+    std::string password_;
+    TempDir root_;
+    pid_t pid_ = -1;
+    int port_ = 0;
+};
+
+}  // namespace tesselex::test

@@ -1,0 +1,84 @@
+#pragma once
+// An HTTP server on 127.0.0.1 for tests: it binds a free port chosen by the system, serves from
+// a background thread and stops in its destructor.
+//
+//   LoopbackHttpServer server;
+//   server.Get("/records", {200, recordBytes, "application/octet-stream"});
+//   server.Get("/echo", [](const LoopbackHttpServer::Request& r) {
+//       return LoopbackHttpServer::Reply{200, r.Query("id")};
+//   });
+//   FetchUrl(server.UrlText("/records?id=1"));
+//   server.Requests();  // every request seen, in order, with path, query and headers
+//
+// Replies and handlers may be added or replaced at any time, also while requests are served.
+// A path without a reply answers 404 with an empty body. Bodies are bytes, sent unchanged.
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace httplib {
+class Server;
+}
+
+namespace tesselex::test {
+
+class LoopbackHttpServer {
+  public:
+    struct Reply {
+        int Status = 200;
+        std::string Body;
+        std::string ContentType = "text/plain";
+    };
+
+    // One request as the server received it.
+    struct Request {
+        std::string Method;
+        std::string Path;    // decoded path, without the query
+        std::string Target;  // the request target as sent: raw path and query
+        std::multimap<std::string, std::string> Params;   // decoded query parameters
+        std::multimap<std::string, std::string> Headers;  // names as sent
+        // The first parameter or header of that name ("" when absent; header names compare
+        // case-insensitively).
+        std::string Query(const std::string& name) const;
+        std::string Header(const std::string& name) const;
+    };
+
+    using Handler = std::function<Reply(const Request&)>;
+
+    // Starts serving; throws std::runtime_error when no port can be bound.
+    LoopbackHttpServer();
+    ~LoopbackHttpServer();
+    LoopbackHttpServer(const LoopbackHttpServer&) = delete;
+    LoopbackHttpServer& operator=(const LoopbackHttpServer&) = delete;
+
+    // Serves a fixed reply, or a computed one, to GET requests of exactly this path.
+    void Get(const std::string& path, Reply reply);
+    void Get(const std::string& path, Handler handler);
+
+    int Port() const { return port_; }
+    // "http://127.0.0.1:<port>" followed by the path and query given ("/x?y=1").
+    std::string Url(const std::string& pathAndQuery) const;
+    std::u16string UrlText(const std::string& pathAndQuery) const;
+
+    // Every request received so far, in order of arrival.
+    std::vector<Request> Requests() const;
+    std::size_t RequestCount() const;
+
+    // Stops serving (the destructor does it too); later requests are refused.
+    void Stop();
+
+  private:
+    std::unique_ptr<httplib::Server> server_;
+    std::thread thread_;
+    int port_ = 0;
+    mutable std::mutex mutex_;
+    std::map<std::string, Handler> handlers_;
+    std::vector<Request> requests_;
+};
+
+}  // namespace tesselex::test
