@@ -1,5 +1,7 @@
 #include "config/Strings.h"
 
+#include "config/CodePage.h"
+
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -41,7 +43,8 @@ std::u16string Join(const std::vector<std::u16string>& pieces, std::u16string_vi
 
 std::u16string TrimLeft(std::u16string_view text) {
     const std::size_t first = text.find_first_not_of(u' ');
-    return first == std::u16string_view::npos ? std::u16string() : std::u16string(text.substr(first));
+    return first == std::u16string_view::npos ? std::u16string()
+                                              : std::u16string(text.substr(first));
 }
 
 std::u16string TrimRight(std::u16string_view text) {
@@ -177,8 +180,12 @@ std::size_t FindNoCase(std::u16string_view text, std::u16string_view what,
 
 namespace {
 
-bool IsBlank(char16_t ch) { return ch == u' ' || ch == u'\t' || ch == u'\n' || ch == u'\r'; }
-bool IsDigit(char16_t ch) { return ch >= u'0' && ch <= u'9'; }
+bool IsBlank(char16_t ch) {
+    return ch == u' ' || ch == u'\t' || ch == u'\n' || ch == u'\r';
+}
+bool IsDigit(char16_t ch) {
+    return ch >= u'0' && ch <= u'9';
+}
 
 int HexDigit(char16_t ch) {
     if (IsDigit(ch)) {
@@ -340,6 +347,17 @@ std::u16string FormatNumber(long long value, int digits) {
 
 std::u16string FromAscii(std::string_view ascii) {
     return std::u16string(ascii.begin(), ascii.end());
+}
+
+std::u16string StripChars(std::u16string_view text, std::u16string_view keep) {
+    std::u16string kept;
+    kept.reserve(text.size());
+    for (const char16_t ch : text) {
+        if (IsAnsiAlphaNumeric(ch) || keep.find(ch) != std::u16string_view::npos) {
+            kept += ch;
+        }
+    }
+    return kept;
 }
 
 }  // namespace tesselex

@@ -51,6 +51,10 @@ long long ValInteger(std::u16string_view text) noexcept;
 // 1000). Negative numbers keep their sign in front.
 std::u16string FormatNumber(long long value, int digits);
 
+// The text with every character removed that is neither a letter or digit of the code page
+// (IsAnsiAlphaNumeric, so accented Latin-1 letters stay) nor one of the characters in `keep`.
+std::u16string StripChars(std::u16string_view text, std::u16string_view keep);
+
 // Plain ASCII text as UTF-16, for literals and numbers.
 std::u16string FromAscii(std::string_view ascii);
 
