@@ -15,7 +15,7 @@
 namespace tesselex {
 
 class CfgRecord {
-public:
+  public:
     std::u16string Value;
     std::u16string Key;
     // The value as a yes/no switch: non-zero numbers and texts beginning with Y, J or T (either
@@ -25,7 +25,7 @@ public:
 using CfgRecordPtr = std::shared_ptr<CfgRecord>;
 
 class CfgClass {
-public:
+  public:
     // Section names in the order of their headers.
     const std::vector<std::u16string>& Sections() const { return sections_; }
 
@@ -70,7 +70,15 @@ public:
     std::vector<std::u16string> SectionItems(std::u16string_view section) const;
     bool SectionExists(std::u16string_view section) const;
 
-private:
+  private:
+    // Position of an item (items_.size() when there is none).
+    std::size_t IndexOf(std::u16string_view fullKey) const;
+    std::size_t IndexOf(int position) const;
+    void RemoveAt(std::size_t index);
+    void AddSection(const std::u16string& name);
+    void ReadLine(std::u16string_view line, std::u16string& currentSection);
+    void ReadText(std::u16string_view text);
+
     std::vector<std::u16string> sections_;
     std::vector<CfgRecordPtr> items_;
     // Full keys and section names folded to lower case, for the case-insensitive look-ups.
