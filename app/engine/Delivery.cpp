@@ -1,0 +1,74 @@
+#include "app/engine/Delivery.h"
+
+#include <fstream>
+
+#include "config/CodePage.h"
+#include "config/SharedRoutines.h"
+#include "config/Strings.h"
+#include "config/Utf.h"
+
+namespace tesselex {
+
+std::u16string ExpandFileName(std::u16string_view pattern, const DateTime& at,
+                              std::u16string_view login) {
+    return ReplaceAll(ExpandDatePatterns(pattern, at), u"&USER&", login);
+}
+
+std::u16string RemoteName(const FtpSettings& ftp, const DateTime& at, std::u16string_view login) {
+    std::u16string remote = ExpandFileName(ftp.Filename, at, login);
+    if (!ftp.Directory.empty()) {
+        remote = ftp.Directory + (ftp.Directory.back() == u'/' ? u"" : u"/") + remote;
+    }
+    return remote;
+}
+
+Delivery::Delivery(Logger& log, Clock clock, LoginName loginName)
+    : log_(log), clock_(std::move(clock)), loginName_(std::move(loginName)) {}
+
+bool Delivery::SaveExport(std::u16string_view records, std::u16string_view destination, bool clear,
+                          std::u16string_view bibId) {
+    const std::u16string path = ExpandFileName(destination, clock_(), loginName_());
+    if (path.empty()) {
+        return false;
+    }
+    const std::filesystem::path file = TextToPath(path);
+    if (clear) {
+        std::ofstream emptied(file, std::ios::binary | std::ios::trunc);
+        if (!emptied) {
+            return false;
+        }
+    }
+    std::ofstream out(file, std::ios::binary | std::ios::app);
+    if (!out) {
+        return false;
+    }
+    const std::string bytes = TextToAnsi(records);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    if (!out) {
+        return false;
+    }
+    log_.Report(u"Post #" + std::u16string(bibId) + u" sparad till " + path + u".", false);
+    return true;
+}
+
+void Delivery::SendExport(std::u16string_view destination, const FtpSettings& ftp,
+                          std::u16string_view bibId) {
+    const std::u16string login = loginName_();
+    const std::u16string local = ExpandFileName(destination, clock_(), login);
+    const std::u16string remote = RemoteName(ftp, clock_(), login);
+    FtpHandle handle = FtpConnect(ftp.Server, ftp.User, ftp.Password);
+    if (!handle) {
+        log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server, true);
+        return;
+    }
+    if (FtpSend(handle, remote, TextToPath(local), false)) {
+        log_.Report(u"Skickat post #" + std::u16string(bibId) + u" till " + ftp.Server, false);
+    } else {
+        log_.Report(
+            u"Kunde inte skicka MARC-post " + std::u16string(bibId) + u" till " + ftp.Server, true);
+    }
+    FtpClose(handle);
+}
+
+}  // namespace tesselex

@@ -1,0 +1,48 @@
+#pragma once
+// Delivery of one export: the server's bytes appended unchanged to the destination file and,
+// when an FTP server is set, that file uploaded. Outcomes are reported through the logger.
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "app/engine/Logger.h"
+
+namespace tesselex {
+
+struct FtpSettings {
+    std::u16string Server;
+    std::u16string User;
+    std::u16string Password;
+    std::u16string Directory;  // trimmed when read from the settings
+    std::u16string Filename;   // pattern, as the destination
+};
+
+// The date patterns of a file-name pattern expanded at the given time, then every "&USER&"
+// replaced by the login name.
+std::u16string ExpandFileName(std::u16string_view pattern, const DateTime& at,
+                              std::u16string_view login);
+// The remote path: the expanded file name, inside the directory when one is set.
+std::u16string RemoteName(const FtpSettings& ftp, const DateTime& at, std::u16string_view login);
+
+class Delivery {
+  public:
+    using LoginName = std::function<std::u16string()>;
+    Delivery(Logger& log, Clock clock, LoginName loginName);
+
+    // Appends the records (an 8-bit string, written byte for byte) to the expanded destination,
+    // emptying it first when `clear` is set. False, with nothing reported, when the file cannot
+    // be written.
+    bool SaveExport(std::u16string_view records, std::u16string_view destination, bool clear,
+                    std::u16string_view bibId);
+    // Uploads the expanded destination under the remote name; failures are reported as errors.
+    void SendExport(std::u16string_view destination, const FtpSettings& ftp,
+                    std::u16string_view bibId);
+
+  private:
+    Logger& log_;
+    Clock clock_;
+    LoginName loginName_;
+};
+
+}  // namespace tesselex

@@ -1,0 +1,141 @@
+// The poll of the holdings workfile and the fetch-and-deliver sequence of one export.
+
+#include <exception>
+#include <system_error>
+
+#include "app/engine/ExportEngine.h"
+#include "app/engine/RequestBuilder.h"
+#include "app/engine/Settings.h"
+#include "config/CfgClass.h"
+#include "config/SharedRoutines.h"
+#include "config/Strings.h"
+#include "config/Utf.h"
+#include "marc/MarcObject.h"
+#include "marc/MarcObjectFields.h"
+
+namespace tesselex {
+namespace {
+
+constexpr char16_t RecordTerminator = 0x1D;
+
+}  // namespace
+
+std::u16string BadRecordMessage() {
+    // The counter the text names is never assigned, so it always reads 0.
+    return u"Post 0 (eller relaterad bestånds- eller auktoritetspost) kunde inte hämtas eller "
+           u"hade felaktigt format.";
+}
+
+std::vector<std::u16string> SplitRecords(std::u16string_view reply) {
+    std::vector<std::u16string> records;
+    std::size_t start = 0;
+    while (start < reply.size()) {
+        std::size_t end = reply.find(RecordTerminator, start);
+        if (end == std::u16string_view::npos) {
+            end = reply.size();
+        }
+        if (end > start) {
+            std::u16string record(reply.substr(start, end - start));
+            record.push_back(RecordTerminator);
+            records.push_back(std::move(record));
+        }
+        start = end + 1;
+    }
+    return records;
+}
+
+bool IsWellFormed(std::u16string_view record) {
+    return Val(record.substr(0, 5)) == static_cast<double>(record.size());
+}
+
+std::u16string ExportEngine::BuildRequest() const {
+    return tesselex::BuildRequest(form_, *urlConfig_);
+}
+
+void ExportEngine::Timer1_Timer() {
+    const std::filesystem::path workfile = TextToPath(form_.TxtFile.Text);
+    std::error_code ec;
+    if (form_.TxtFile.Text.empty() || !std::filesystem::is_regular_file(workfile, ec)) {
+        return;
+    }
+    form_.Timer1.Enabled = false;
+    // Each step goes on whatever the one before did: a bad workfile is still removed.
+    try {
+        Record().SourceIsUTF8 = false;
+        Record().Import(ReadWholeFile(workfile));
+    } catch (const std::exception&) {
+    }
+    std::filesystem::remove(workfile, ec);
+    try {
+        form_.txtBibId.Text = Record().MarcFields()->Field(4)->Value();
+        if (Val(form_.txtBibId.Text) > 0) {
+            ExportRecord();
+            form_.Command1.Enabled = true;
+        }
+    } catch (const std::exception&) {
+    }
+    form_.Timer1.Enabled = true;
+}
+
+void ExportEngine::Command1_Click() {
+    try {
+        if (Val(form_.txtBibId.Text) <= 0) {
+            log_.ShowStatus(u"Ingen aktiv post!", true);
+            return;
+        }
+        ExportRecord();
+    } catch (const std::exception& e) {
+        log_.ShowStatus(Utf8ToText(e.what()), true);
+    }
+}
+
+void ExportEngine::ExportRecord() {
+    try {
+        settings_.StoreSetting(SettingKey::LastBibId, form_.txtBibId.Text);
+        const std::u16string reply = Fetch(BuildRequest());
+
+        std::vector<std::u16string> kept;
+        std::u16string exportText;
+        for (std::u16string& record : SplitRecords(reply)) {
+            if (IsWellFormed(record)) {
+                exportText += record;
+                kept.push_back(std::move(record));
+            } else {
+                std::u16string message = BadRecordMessage();
+                log_.WriteLog(message, true);
+            }
+        }
+        if (exportText.empty()) {
+            return;
+        }
+        if (SaveExport(exportText) && !ftp_.Server.empty()) {
+            SendExport();
+        }
+        RefreshDisplay(kept);
+    } catch (const std::exception&) {
+        // An export that fails half way ends quietly; the bib id stays for a manual retry.
+    }
+}
+
+bool ExportEngine::SaveExport(std::u16string_view records) {
+    return delivery_.SaveExport(records, form_.TxtDest.Text, clear_, form_.txtBibId.Text);
+}
+
+void ExportEngine::SendExport() {
+    delivery_.SendExport(form_.TxtDest.Text, ftp_, form_.txtBibId.Text);
+}
+
+void ExportEngine::RefreshDisplay(const std::vector<std::u16string>& records) {
+    displayRows_.clear();
+    MarcObject& record = Record();
+    for (const std::u16string& text : records) {
+        record.SourceIsUTF8 = form_.cmbChars.ListIndex >= 1;
+        record.Import(text);
+        for (const auto& field : *record.MarcFields()) {
+            displayRows_.push_back({FormatNumber(field->TagNumber(), 3), field->Indicator(1),
+                                    field->Indicator(2), field->DisplayValue()});
+        }
+    }
+}
+
+}  // namespace tesselex

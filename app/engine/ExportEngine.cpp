@@ -1,0 +1,48 @@
+#include "app/engine/ExportEngine.h"
+
+#include "app/engine/Settings.h"
+#include "config/CfgClass.h"
+#include "config/Platform.h"
+#include "config/SharedRoutines.h"
+#include "marc/MarcObject.h"
+
+namespace tesselex {
+namespace {
+
+std::filesystem::path FolderOf(const EngineSeams& seams) {
+    return seams.ProgramFolder.empty() ? tesselex::ProgramFolder() : seams.ProgramFolder;
+}
+
+Clock ClockOf(const EngineSeams& seams) {
+    return seams.Now ? seams.Now : Clock(LocalNow);
+}
+
+Delivery::LoginName LoginOf(const EngineSeams& seams) {
+    return seams.LoginName ? seams.LoginName : Delivery::LoginName(GetLoginName);
+}
+
+}  // namespace
+
+ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
+    : settings_(settings),
+      seams_(std::move(seams)),
+      programFolder_(FolderOf(seams_)),
+      log_(programFolder_, ClockOf(seams_)),
+      delivery_(log_, ClockOf(seams_), LoginOf(seams_)),
+      mainConfig_(std::make_unique<CfgClass>()),
+      urlConfig_(std::make_unique<CfgClass>()) {}
+
+ExportEngine::~ExportEngine() = default;
+
+MarcObject& ExportEngine::Record() {
+    if (!record_) {
+        record_ = std::make_unique<MarcObject>();
+    }
+    return *record_;
+}
+
+std::u16string ExportEngine::Fetch(std::u16string_view address) const {
+    return seams_.Fetch ? seams_.Fetch(address) : FetchUrl(address);
+}
+
+}  // namespace tesselex

@@ -1,0 +1,131 @@
+#pragma once
+// The export application without its window: start-up, the poll of the holdings workfile, the
+// fetch from the export server, delivery, the option events and the old-style settings save.
+// It works on FormState, which the window binds its widgets to and the headless program reads.
+// Errors never escape an event: each poll, fetch and start-up step catches and reports.
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/engine/Delivery.h"
+#include "app/engine/FormState.h"
+#include "app/engine/Logger.h"
+
+namespace tesselex {
+
+class CfgClass;
+class MarcObject;
+class Settings;
+
+// What tests and other front ends replace. Empty members take the real thing.
+struct EngineSeams {
+    std::filesystem::path ProgramFolder;  // the program folder (TESSELEX_HOME or beside the exe)
+    Clock Now;                            // local time
+    std::function<std::u16string(std::u16string_view)> Fetch;  // whole-reply HTTP fetch
+    std::function<std::u16string()> LoginName;
+    // The save question of the old-style settings file; answers yes when not set.
+    std::function<bool(const std::u16string& question)> AskYesNo;
+    // The cataloguing client's per-user workfile value, given what was found before.
+    std::function<std::u16string(std::u16string_view fallback)> VoyagerWorkFile;
+};
+
+// One field of an exported record as the record display lists it.
+struct DisplayField {
+    std::u16string Tag;  // three digits
+    std::u16string Indicator1;
+    std::u16string Indicator2;
+    std::u16string Value;
+};
+
+class ExportEngine {
+  public:
+    explicit ExportEngine(Settings& settings, EngineSeams seams = {});
+    ~ExportEngine();
+    ExportEngine(const ExportEngine&) = delete;
+    ExportEngine& operator=(const ExportEngine&) = delete;
+
+    FormState& Form() { return form_; }
+    const FormState& Form() const { return form_; }
+    Logger& Log() { return log_; }
+    Settings& Store() { return settings_; }
+    const std::filesystem::path& ProgramFolder() const { return programFolder_; }
+    const CfgClass& UrlConfig() const { return *urlConfig_; }
+    const CfgClass& MainConfig() const { return *mainConfig_; }
+    const std::u16string& ServerNotice() const { return serverNotice_; }
+    const FtpSettings& Ftp() const { return ftp_; }
+    bool ClearFlag() const { return clear_; }
+    // The fields of every record of the last export, record after record.
+    const std::vector<DisplayField>& DisplayRows() const { return displayRows_; }
+
+    // Start-up: request table, old settings file, workfile, settings into the form, Logs folder.
+    void LoadConfig();
+    // One poll of the workfile.
+    void Timer1_Timer();
+    // The manual fetch of the bib id in txtBibId.
+    void Command1_Click();
+    // Fetch, check, deliver and display the bib id in txtBibId.
+    void ExportRecord();
+    bool SaveExport(std::u16string_view records);
+    void SendExport();
+    std::u16string BuildRequest() const;
+    // Writes the old-style Config.TXT (after asking) and runs start-up again.
+    void SaveConfig();
+
+    // Option events: each stores its setting at once.
+    void Chk035_Click();
+    void ChkISBN_Click();
+    void ChkClear_Click();
+    void cmbHold_Click();
+    void cmbAuth_Click();
+    void cmbChars_Click();
+    void cmb003_Click();
+    void TxtDest_Change();
+    void TxtSigler_Change();
+    // What the subjects dialog handed back; an empty text changes nothing.
+    void SubjectsChosen(std::u16string_view text);
+    void ArkivLoggaAllt_Click();
+    void ArkivLoggaFel_Click();
+    // The FTP dialog's Ok: stores the five settings and adjusts the one-at-a-time option.
+    void FtpSettingsChosen(const FtpSettings& ftp);
+    // The server address dialog's Ok: writes export.url and runs start-up again.
+    void ServerAddressChosen(std::u16string_view address);
+
+  private:
+    void FetchRequestTable();
+    void MigrateOldSettings();
+    void FindWorkfile();
+    void ReadSettingsIntoForm();
+    void RunStep(void (ExportEngine::*step)());
+    void RefreshDisplay(const std::vector<std::u16string>& records);
+    void UpdateClearOption();
+    MarcObject& Record();
+    std::u16string Fetch(std::u16string_view address) const;
+
+    Settings& settings_;
+    EngineSeams seams_;
+    std::filesystem::path programFolder_;
+    FormState form_;
+    Logger log_;
+    Delivery delivery_;
+    std::unique_ptr<CfgClass> mainConfig_;
+    std::unique_ptr<CfgClass> urlConfig_;
+    std::unique_ptr<MarcObject> record_;
+    std::u16string serverNotice_;
+    std::u16string shortcutAddress_;
+    FtpSettings ftp_;
+    bool clear_ = false;
+    std::vector<DisplayField> displayRows_;
+};
+
+// "Post 0 ..." as a bad record of a reply is logged: the record counter it names is never set.
+std::u16string BadRecordMessage();
+// The reply split at the record terminator, each piece with its terminator put back.
+std::vector<std::u16string> SplitRecords(std::u16string_view reply);
+// True when the number in the first five characters equals the record's length.
+bool IsWellFormed(std::u16string_view record);
+
+}  // namespace tesselex

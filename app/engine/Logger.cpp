@@ -1,0 +1,73 @@
+#include "app/engine/Logger.h"
+
+#include <fstream>
+
+#include "config/CodePage.h"
+#include "config/Strings.h"
+#include "config/Utf.h"
+
+namespace tesselex {
+
+std::u16string FormatDateTime(const DateTime& at) {
+    return FormatNumber(at.Year, 4) + u"-" + FormatNumber(at.Month, 2) + u"-" +
+           FormatNumber(at.Day, 2) + u" " + FormatTime(at);
+}
+
+std::u16string FormatTime(const DateTime& at) {
+    return FormatNumber(at.Hour, 2) + u":" + FormatNumber(at.Minute, 2) + u":" +
+           FormatNumber(at.Second, 2);
+}
+
+std::u16string FormatLogDate(const DateTime& at) {
+    return FormatNumber(at.Year % 100, 2) + FormatNumber(at.Month, 2) + FormatNumber(at.Day, 2);
+}
+
+Logger::Logger(std::filesystem::path programFolder, Clock clock)
+    : programFolder_(std::move(programFolder)), clock_(std::move(clock)) {}
+
+std::filesystem::path Logger::ExportLogPath(const DateTime& at) const {
+    return LogFolder() / TextToPath(u"Log" + FormatLogDate(at) + u".TXT");
+}
+
+std::filesystem::path Logger::ErrorLogPath(const DateTime& at) const {
+    return LogFolder() / TextToPath(u"Error" + FormatLogDate(at) + u".TXT");
+}
+
+void Logger::ShowStatus(std::u16string_view message, bool isError) {
+    ++statusCounter_;
+    StatusLine line;
+    line.Number = statusCounter_;
+    line.Message = std::u16string(message);
+    line.Line =
+        FormatNumber(statusCounter_, 3) + u". \t" + FormatTime(clock_()) + u"\t" + line.Message;
+    line.IsError = isError;
+    if (sink_) {
+        sink_(line);
+    }
+}
+
+void Logger::WriteLog(std::u16string& message, bool isError) {
+    const DateTime now = clock_();
+    std::filesystem::path file;
+    if (isError && logErrors_) {
+        file = ErrorLogPath(now);
+    } else if (logAll_) {
+        file = ExportLogPath(now);
+    }
+    message = u"TESSELEX " + FormatDateTime(now) + u": " + message;
+    if (file.empty()) {
+        return;
+    }
+    std::ofstream out(file, std::ios::binary | std::ios::app);
+    if (out) {
+        out << TextToAnsi(message) << "\r\n";
+    }
+}
+
+void Logger::Report(std::u16string_view message, bool isError) {
+    ShowStatus(message, isError);
+    std::u16string line(message);
+    WriteLog(line, isError);
+}
+
+}  // namespace tesselex

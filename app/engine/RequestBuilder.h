@@ -1,0 +1,20 @@
+#pragma once
+// The request address of one export: the request table's baseURL and one piece per tagged
+// control of the form, in form order. The option values themselves never travel; only what
+// the request table says for them.
+
+#include <string>
+#include <string_view>
+
+namespace tesselex {
+
+class CfgClass;
+struct FormState;
+
+std::u16string BuildRequest(const FormState& form, const CfgClass& urlConfig);
+
+// Appends "name=value" (or a bare name that already holds "="), after "&" unless the address
+// ends in "?".
+void AddParameter(std::u16string& address, std::u16string_view name, std::u16string_view value);
+
+}  // namespace tesselex

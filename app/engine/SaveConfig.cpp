@@ -1,0 +1,76 @@
+// The old-style settings file, still written for installations that read it.
+
+#include <fstream>
+#include <system_error>
+
+#include "app/engine/ExportEngine.h"
+#include "config/CodePage.h"
+#include "config/MessageSink.h"
+#include "config/Strings.h"
+
+namespace tesselex {
+namespace {
+
+std::u16string Digit(int value) {
+    return FormatNumber(value, 1);
+}
+
+std::u16string_view OldCharset(int index) {
+    static constexpr std::u16string_view charsets[] = {u"LATIN1", u"UTF8/LATIN1", u"UTF8/FORMC",
+                                                       u"UTF8/FORMD"};
+    return (index >= 0 && index < 4) ? charsets[index] : charsets[0];
+}
+
+std::u16string_view Separate(int placementIndex) {
+    return placementIndex == 0 ? u"0" : u"1";
+}
+
+}  // namespace
+
+void ExportEngine::SaveConfig() {
+    const std::u16string question = u"Spara ändringar?";
+    if (seams_.AskYesNo && !seams_.AskYesNo(question)) {
+        return;
+    }
+    const std::filesystem::path config = programFolder_ / "Config.TXT";
+    const std::filesystem::path backup = programFolder_ / "Config.BAK";
+    std::error_code ec;
+    std::filesystem::remove(backup, ec);
+    std::filesystem::rename(config, backup, ec);
+
+    const std::vector<std::u16string> lines = {
+        u"Sigler=" + form_.TxtSigler.Text,
+        u"Ämnesord=" + form_.TxtSubj.Text,
+        u"Tecken=" + std::u16string(OldCharset(form_.cmbChars.ListIndex)),
+        u"Hänvisningar=",
+        u"ISBNUtanBindestreck=" + Digit(form_.ChkISBN.Value),
+        u"ISSNUtanBindestreck=0",
+        u"Ändra0359=" + Digit(form_.Chk035.Value),
+        u"Sortera=0",
+        u"SeparatBestånd=" + std::u16string(Separate(form_.cmbHold.ListIndex)),
+        u"SeparataAuktoriteter=" + std::u16string(Separate(form_.cmbAuth.ListIndex)),
+        u"Rensa=" + Digit(form_.ChkClear.Value),
+        u"Destination=" + form_.TxtDest.Text,
+        u"Logga=" + Digit(log_.LogAll() ? 1 : 0),
+        u"LoggaFel=" + Digit(log_.LogErrors() ? 1 : 0),
+        u"[FTP]",
+        u"Server=" + ftp_.Server,
+        u"Användare=" + ftp_.User,
+        u"Lösenord=" + ftp_.Password,
+        u"Katalog=" + ftp_.Directory,
+        u"Fil=" + ftp_.Filename,
+    };
+    std::u16string text;
+    for (const std::u16string& line : lines) {
+        text += line + u"\r\n";
+    }
+    std::ofstream out(config, std::ios::binary | std::ios::trunc);
+    const std::string bytes = TextToAnsi(text);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+
+    ShowMessage(u"TESSELEX", u"Ändringar sparade.");
+    LoadConfig();
+}
+
+}  // namespace tesselex

@@ -1,0 +1,50 @@
+#pragma once
+// The program's per-user settings: application "TESSELEX", group "Settings", every value a
+// text, a missing key reads as "". Keys are matched without regard to case on every platform,
+// so "libraries" and "Libraries" are one setting: a write goes to the key as it is already
+// stored, whatever case the caller used.
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "app/engine/SettingKeys.h"
+
+class QSettings;
+
+namespace tesselex {
+
+class Settings {
+  public:
+    // The user's own settings store (registry on Windows, a file under XDG_CONFIG_HOME
+    // elsewhere).
+    Settings();
+    // A settings file of its own, for tests and for trying things out.
+    explicit Settings(const std::filesystem::path& iniFile);
+    ~Settings();
+    Settings(const Settings&) = delete;
+    Settings& operator=(const Settings&) = delete;
+
+    std::u16string Setting(std::u16string_view key) const;
+    std::u16string Setting(SettingKey key) const;
+    bool IsYes(SettingKey key) const { return Setting(key) == SettingYes; }
+
+    // Written and flushed at once.
+    void StoreSetting(std::u16string_view key, std::u16string_view value);
+    void StoreSetting(SettingKey key, std::u16string_view value);
+
+    // Every stored key with its value, in the store's order.
+    std::vector<std::pair<std::u16string, std::u16string>> StoredSettings() const;
+
+  private:
+    std::unique_ptr<QSettings> store_;
+};
+
+// The cataloguing client's own per-user value naming its holdings workfile (read only);
+// `fallback` when it is not set.
+std::u16string VoyagerHoldWorkFile(std::u16string_view fallback);
+
+}  // namespace tesselex

@@ -1,0 +1,45 @@
+#pragma once
+// The old settings file (Config.TXT, Swedish keys) and its one-time copy into the settings,
+// plus the list indexes the option boxes show for stored values.
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tesselex {
+
+class CfgClass;
+class Settings;
+
+// The keyed list ConvertSubjects builds: one entry per library code, kept in the order entries
+// were added; codes are matched without regard to case.
+class LibraryList {
+  public:
+    bool LibExists(std::u16string_view code) const;
+    // The entry of the code ("" when there is none).
+    std::u16string StringItem(std::u16string_view code) const;
+    void AddLib(std::u16string_view code, std::u16string_view entry);
+    void RemoveLib(std::u16string_view code);
+    std::u16string Joined(std::u16string_view separator) const;
+
+  private:
+    std::vector<std::pair<std::u16string, std::u16string>> entries_;
+};
+
+// "sao=A,B;lcsh=A" (choices with their library codes) becomes "B:sao ; A:sao,lcsh" (library
+// codes with their choices).
+std::u16string ConvertSubjects(std::u16string_view text);
+
+// The list index of a stored value: kind "CHARSET" with "charset/compose", kind "HOLDTYPE" or
+// "AUTHTYPE" with the record placement; 0 for anything unknown.
+int GetSelection(std::u16string_view kind, std::u16string_view value);
+
+// Copies one old key into a setting with the "0" -> "No", "1" -> "Yes" rule; other values as
+// they are. A key missing from the old file leaves the setting untouched.
+void CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
+                 std::u16string_view oldKey);
+// The whole table of old keys, in its order.
+void CopySettings(Settings& settings, const CfgClass& oldConfig);
+
+}  // namespace tesselex

@@ -1,0 +1,169 @@
+// Start-up: the request table from the export server (or the local fallback), the one-time
+// copy of an old Config.TXT into the settings, the watched workfile, and the settings put into
+// the form.
+
+#include <exception>
+#include <system_error>
+
+#include "app/engine/ExportEngine.h"
+#include "app/engine/Settings.h"
+#include "app/engine/SettingsMigration.h"
+#include "config/CfgClass.h"
+#include "config/MessageSink.h"
+#include "config/SharedRoutines.h"
+#include "config/Strings.h"
+#include "config/Utf.h"
+
+namespace tesselex {
+namespace {
+
+// The file of that name in the folder whatever the letter case of its name, as the system's
+// own file system matches names; the name as given when there is none.
+std::filesystem::path FindNoCaseIn(const std::filesystem::path& folder, std::u16string_view name) {
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+        if (EqualsNoCase(entry.path().filename().u16string(), name)) {
+            return entry.path();
+        }
+    }
+    return folder / TextToPath(name);
+}
+
+bool Exists(const std::filesystem::path& path) {
+    std::error_code ec;
+    return std::filesystem::exists(path, ec);
+}
+
+std::u16string RenameMessage(const std::filesystem::path& config,
+                             const std::filesystem::path& old) {
+    const std::u16string configText = PathToText(config);
+    const std::u16string oldText = PathToText(old);
+    return u"TESSELEX  använder inte längre filen " + configText +
+           u". Första gången programmet kör kommer inställningarna i denna fil i tillämpliga "
+           u"delar att kopieras och sedan döps filen om till " +
+           oldText +
+           u". Om denna fil redan finns kommer config.txt inte att döpas om och inställningarna "
+           u"kopieras varje gång TESSEL EX startar.\r\n\r\nTa i så fall manuellt bort såväl " +
+           configText + u" som " + oldText + u" från datorn efter att du kört TESSEL EX en gång. ";
+}
+
+}  // namespace
+
+void ExportEngine::RunStep(void (ExportEngine::*step)()) {
+    try {
+        (this->*step)();
+    } catch (const std::exception& e) {
+        log_.ShowStatus(u"Fel vid start: " + Utf8ToText(e.what()), true);
+    }
+}
+
+void ExportEngine::LoadConfig() {
+    RunStep(&ExportEngine::FetchRequestTable);
+    RunStep(&ExportEngine::MigrateOldSettings);
+    RunStep(&ExportEngine::FindWorkfile);
+    RunStep(&ExportEngine::ReadSettingsIntoForm);
+    std::error_code ec;
+    std::filesystem::create_directories(log_.LogFolder(), ec);
+}
+
+void ExportEngine::FetchRequestTable() {
+    CfgClass shortcut;
+    shortcut.Load(PathToText(FindNoCaseIn(programFolder_, u"export.url")));
+    shortcutAddress_ = shortcut.Item(u"InternetShortcut\\URL")->Value;
+    serverNotice_ = shortcutAddress_.empty() ? std::u16string() : Fetch(shortcutAddress_);
+
+    mainConfig_ = std::make_unique<CfgClass>();
+    urlConfig_ = std::make_unique<CfgClass>();
+    // The request table is the same address's reply; the notice fetched a moment ago is it.
+    urlConfig_->LoadFromString(serverNotice_);
+    if (urlConfig_->Item(u"baseURL")->Value.empty()) {
+        urlConfig_ = std::make_unique<CfgClass>();
+        urlConfig_->Load(PathToText(FindNoCaseIn(programFolder_, u"ConfigURL.TXT")));
+    }
+}
+
+void ExportEngine::MigrateOldSettings() {
+    const std::filesystem::path config = FindNoCaseIn(programFolder_, u"Config.TXT");
+    if (!Exists(config)) {
+        return;
+    }
+    mainConfig_->Load(PathToText(config));
+    CopySettings(settings_, *mainConfig_);
+    const std::filesystem::path old = FindNoCaseIn(programFolder_, u"config_old.txt");
+    std::error_code ec;
+    if (!Exists(old)) {
+        std::filesystem::rename(config, programFolder_ / "config_old.TXT", ec);
+    }
+    if (Exists(old) || ec) {
+        ShowMessage(u"Fel vid namnändring", RenameMessage(config, old));
+    }
+}
+
+void ExportEngine::FindWorkfile() {
+    std::u16string workfile = mainConfig_->Item(u"VoyagerFil")->Value;
+    const std::u16string fromIni = ReadIniValue("cat.ini", u"Preferences", u"HoldWorkFile");
+    if (!fromIni.empty()) {
+        workfile = fromIni;
+    }
+    workfile =
+        seams_.VoyagerWorkFile ? seams_.VoyagerWorkFile(workfile) : VoyagerHoldWorkFile(workfile);
+    form_.TxtFile.Text = workfile;
+    if (workfile.empty()) {
+        ShowMessage(u"TESSEL Export",
+                    u"Du måste ange ett filnamn i Voyager "
+                    u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg");
+    }
+}
+
+void ExportEngine::ReadSettingsIntoForm() {
+    form_.TxtDest.Text = settings_.Setting(SettingKey::Destination);
+    form_.TxtSigler.Text = settings_.Setting(SettingKey::Libraries);
+    form_.TxtSubj.Text = settings_.Setting(SettingKey::Subjects);
+    clear_ = settings_.IsYes(SettingKey::Clear);
+    ftp_.Server = settings_.Setting(SettingKey::FTPServer);
+    ftp_.User = settings_.Setting(SettingKey::FTPUser);
+    ftp_.Password = settings_.Setting(SettingKey::FTPPassword);
+    ftp_.Directory = Trim(settings_.Setting(SettingKey::FTPDirectory));
+    ftp_.Filename = settings_.Setting(SettingKey::FTPFilename);
+    log_.SetLogAll(settings_.IsYes(SettingKey::Logging));
+    log_.SetLogErrors(settings_.IsYes(SettingKey::LogErrors));
+    form_.ArkivLoggaAllt.Checked = log_.LogAll();
+    form_.ArkivLoggaFel.Checked = log_.LogErrors();
+
+    UpdateClearOption();
+    form_.ChkISBN.Value = settings_.IsYes(SettingKey::ISBNDehyphenate) ? 1 : 0;
+    form_.Chk035.Value = settings_.IsYes(SettingKey::Change035) ? 1 : 0;
+
+    form_.cmbChars.ListIndex =
+        GetSelection(u"CHARSET", settings_.Setting(SettingKey::Charset) + u"/" +
+                                     settings_.Setting(SettingKey::Compose));
+    form_.cmbHold.ListIndex = GetSelection(u"HOLDTYPE", settings_.Setting(SettingKey::Holdtype));
+    form_.cmbAuth.ListIndex = GetSelection(u"AUTHTYPE", settings_.Setting(SettingKey::Authtype));
+
+    const std::u16string string003 = settings_.Setting(SettingKey::String003);
+    if (!string003.empty()) {
+        form_.cmb003.ListIndex = string003 == u"SE-TESL" ? 0 : 1;
+    } else {
+        form_.cmb003.ListIndex = 1;
+        settings_.StoreSetting(SettingKey::String003, form_.cmb003.Text());
+    }
+
+    form_.txtBibId.Text = settings_.Setting(SettingKey::LastBibId);
+    form_.Command1.Enabled = !form_.txtBibId.Text.empty();
+}
+
+// With FTP each upload carries exactly the records of one export, so the destination is
+// emptied before every export and the option is locked.
+void ExportEngine::UpdateClearOption() {
+    if (!ftp_.Server.empty()) {
+        clear_ = true;
+        form_.ChkClear.Enabled = false;
+        form_.ChkClear.ToolTipText = std::u16string(ClearDisabledByFtpText);
+    } else {
+        form_.ChkClear.Enabled = true;
+        form_.ChkClear.ToolTipText.clear();
+    }
+    form_.ChkClear.Value = clear_ ? 1 : 0;
+}
+
+}  // namespace tesselex
