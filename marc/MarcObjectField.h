@@ -94,11 +94,11 @@ class MarcObjectField {
     std::u16string ISBD(std::u16string_view isbdDef, std::u16string_view separator = u"|",
                         bool onlyListed = false);
     // The values of the subfields whose codes are listed, in field order, joined by a blank and
-    // trimmed. A leading "@" inverts the list ("@" alone selects every subfield, "@68" all but
-    // $6 and $8).
+    // trimmed (empty ones left out). A leading "@" inverts the list ("@" alone selects every
+    // subfield, "@68" all but $6 and $8).
     std::u16string SelectFieldsFrom(std::u16string_view codes);
     // True when some subfield contains one of the characters: entries "codes=characters" are
-    // split at "|"; codes "*" (or empty) mean every subfield.
+    // split at "|"; codes "*", empty codes or an entry without "=" mean every subfield.
     bool CharInSubfields(std::u16string_view entries);
 
   private:
@@ -120,11 +120,10 @@ class MarcObjectField {
     int displayChar_ = 0;
     std::u16string contents_;
     std::shared_ptr<MarcObjectSubfields> subfields_;
-    // contents_ holds a text whose subfields are not yet made (only while subfields_ is null):
-    // how many subfields it parses to, and whether a rebuild would reproduce it exactly.
+    // contents_ holds a text whose subfields (at least one) are not yet made, which only
+    // happens while subfields_ is null; canonical: rebuilding from them gives back contents_.
     bool pending_ = false;
     bool pendingCanonical_ = false;
-    int pendingCount_ = 0;
 };
 
 }  // namespace tesselex

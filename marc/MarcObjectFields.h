@@ -80,7 +80,8 @@ class MarcObjectFields {
     int TagOcc(std::u16string_view tag) const;
 
     int Count() const noexcept { return static_cast<int>(items_.size()); }
-    // Back to a fresh leader only (24 blanks, FixedLength 24, tag "000").
+    // Back to a fresh leader only (24 blanks, FixedLength 24, tag "000"); the main-entry tag
+    // starts again at 0, so a reused record does not keep the last record's.
     void Clear();
     // Leader first, then the other fields by ascending tag, equal tags in their present order.
     // The fields are replaced by copies (FixedLength, indicators, subfields and their attributes
@@ -112,7 +113,8 @@ class MarcObjectFields {
     std::array<int, MaxTag + 1> first_{};
     std::array<int, MaxTag + 1> last_{};
     std::vector<int> next_;  // by 1-based position (index 0 unused); 0 ends a chain
-    int indexed_ = 0;
+    int indexed_ = 0;        // fields the index covers
+    int indexable_ = 0;      // fields with a tag of 1..999 (more than indexed_ after a limit error)
     int mainEntryTag_ = 0;
     // A held field changed its tag: the next Add re-indexes from scratch, as lookups until then
     // still answer from the index as it was.

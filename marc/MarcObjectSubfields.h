@@ -68,6 +68,8 @@ class MarcObjectSubfields {
 
     // Rebuilds the index from the present order.
     void Refresh();
+    // A new collection holding copies of these subfields (codes, values as stored, attributes).
+    std::shared_ptr<MarcObjectSubfields> Clone() const;
 
     // What the field uses: discard everything, and rebuild from a text form (character 31, code,
     // value per subfield; text before the first delimiter is ignored, values are trimmed).
@@ -92,7 +94,8 @@ class MarcObjectSubfields {
     std::array<std::uint8_t, 256> last_{};
     // Next position with the same code, by position (index 0 unused); 0 ends a chain.
     std::vector<std::uint8_t> next_;
-    int indexed_ = 0;
+    int indexed_ =
+        0;  // leading subfields the index covers (fewer than Count() after a limit error)
 };
 
 }  // namespace tesselex
