@@ -1,0 +1,67 @@
+// tesselex-sample-server: the sample export server on 127.0.0.1, for the demo and for trying
+// the program out. Prints its address, then one line per request, until SIGINT or SIGTERM.
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "app/sampleserver/SampleExportServer.h"
+
+namespace {
+
+void PrintUsage(std::ostream& out) {
+    out << "Usage: tesselex-sample-server [--data DIR] [--port N]\n"
+           "  --data DIR  folder with ConfigURL.TXT, sample-bib.mrc, sample-holdings.mrc\n"
+           "              (default: the project's data folder)\n"
+           "  --port N    port on 127.0.0.1 (default 0: chosen by the system)\n"
+           "Prints \"http://127.0.0.1:PORT\" on its first line; the request table is at\n"
+           "/config, the records at /export?bibid=N. Ends on SIGINT or SIGTERM.\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::string data = TESSELEX_SAMPLE_DATA_DIR;
+    int port = 0;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if ((arg == "--data" || arg == "--port") && i + 1 < argc) {
+            const std::string value = argv[++i];
+            if (arg == "--data") {
+                data = value;
+            } else {
+                port = std::atoi(value.c_str());
+            }
+        } else if (arg == "--help" || arg == "-h") {
+            PrintUsage(std::cout);
+            return 0;
+        } else {
+            PrintUsage(std::cerr);
+            return 2;
+        }
+    }
+
+    // Block the ending signals before the server thread starts, so only sigwait sees them.
+    sigset_t endSignals;
+    sigemptyset(&endSignals);
+    sigaddset(&endSignals, SIGINT);
+    sigaddset(&endSignals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
+
+    try {
+        tesselex::SampleExportServer server(data);
+        server.SetRequestObserver(
+            [](const std::string& target) { std::cout << "request: " << target << std::endl; });
+        server.Start(port);
+        std::cout << server.Address("") << std::endl;
+        int received = 0;
+        sigwait(&endSignals, &received);
+        server.Stop();
+    } catch (const std::exception& e) {
+        std::cerr << "tesselex-sample-server: " << e.what() << '\n';
+        return 1;
+    }
+    return 0;
+}
