@@ -1,0 +1,348 @@
+#include "marc/MarcObject.h"
+
+#include "charset/CharacterClass.h"
+#include "config/CfgClass.h"
+#include "config/Error.h"
+#include "config/Platform.h"
+#include "config/Strings.h"
+#include "config/Utf.h"
+#include "marc/MarcObjectFields.h"
+
+namespace tesselex {
+
+namespace {
+
+constexpr char16_t FieldTerminator = 30;
+constexpr char16_t RecordTerminator = 29;
+constexpr char16_t SubfieldDelimiter = 31;
+constexpr char16_t HeldBackslash = 20;
+constexpr char16_t OldDelimiter = 19;
+
+constexpr std::size_t LeaderLength = 24;
+constexpr std::size_t EntryLength = 12;
+
+// The leading number of a piece of record text, as the system reads numbers; the common case of
+// plain digits is read directly because Import does it for every directory entry.
+long long NumberAt(std::u16string_view text) {
+    long long value = 0;
+    for (const char16_t ch : text) {
+        if (ch < u'0' || ch > u'9') {
+            return ValInteger(text);
+        }
+        value = value * 10 + (ch - u'0');
+    }
+    return value;
+}
+
+// Decimal with at least `digits` digits; a larger number keeps all its digits.
+void AppendNumber(std::u16string& out, long long value, int digits) {
+    if (value < 0) {
+        out += FormatNumber(value, digits);
+        return;
+    }
+    char16_t buffer[24];
+    int length = 0;
+    do {
+        buffer[length++] = static_cast<char16_t>(u'0' + value % 10);
+        value /= 10;
+    } while (value > 0);
+    for (int pad = length; pad < digits; ++pad) {
+        out += u'0';
+    }
+    while (length > 0) {
+        out += buffer[--length];
+    }
+}
+
+// Overwrites the characters at a 0-based position with the number; a number wider than its
+// place replaces exactly that place and pushes the rest to the right.
+void WriteNumberAt(std::u16string& record, std::size_t at, std::size_t width, long long value) {
+    if (record.size() < at + width) {
+        return;
+    }
+    std::u16string number;
+    AppendNumber(number, value, static_cast<int>(width));
+    record.replace(at, width, number);
+}
+
+void ReplaceChar(std::u16string& text, char16_t from, char16_t to) {
+    for (char16_t& ch : text) {
+        if (ch == from) {
+            ch = to;
+        }
+    }
+}
+
+int NumericTag(const MarcObjectField& field) {
+    return static_cast<int>(NumberAt(field.Tag()));
+}
+
+}  // namespace
+
+MarcObject::MarcObject()
+    : fields_(std::make_shared<MarcObjectFields>()),
+      charClass_(std::make_shared<CharacterClass>()) {
+    fields_->Field(0, 1)->SetValue(DefaultLeader);
+}
+
+MarcObject::~MarcObject() = default;
+
+std::u16string MarcObject::Leader() const {
+    return fields_->Field(0, 1)->Value();
+}
+
+void MarcObject::SetLeader(std::u16string_view value) {
+    if (value.size() == LeaderLength) {
+        fields_->Field(0, 1)->SetValue(value);
+    }
+}
+
+void MarcObject::SetLeaderValue(int position, std::u16string_view toValue) {
+    fields_->Field(0, 1)->SetFieldValue(position, toValue);
+}
+
+std::u16string MarcObject::GetLeaderValue(int position, int length) const {
+    return fields_->Field(0, 1)->GetFieldValue(position, length).value_or(std::u16string());
+}
+
+namespace {
+
+// The typed accessors go through the first field of the collection, which is the leader.
+std::u16string FirstFieldValue(const MarcObjectFields& fields, int position) {
+    return fields.FieldByNum(1)->GetFieldValue(position, 1).value_or(std::u16string());
+}
+
+void SetFirstFieldValue(const MarcObjectFields& fields, int position, std::u16string_view value) {
+    if (!value.empty()) {
+        fields.FieldByNum(1)->SetFieldValue(position, value.substr(0, 1));
+    }
+}
+
+}  // namespace
+
+std::u16string MarcObject::RecordType() const {
+    return FirstFieldValue(*fields_, 7);
+}
+void MarcObject::SetRecordType(std::u16string_view value) {
+    SetFirstFieldValue(*fields_, 7, value);
+}
+std::u16string MarcObject::BibLevel() const {
+    return FirstFieldValue(*fields_, 8);
+}
+void MarcObject::SetBibLevel(std::u16string_view value) {
+    SetFirstFieldValue(*fields_, 8, value);
+}
+std::u16string MarcObject::CharacterSet() const {
+    return FirstFieldValue(*fields_, 10);
+}
+void MarcObject::SetCharacterSet(std::u16string_view value) {
+    SetFirstFieldValue(*fields_, 10, value);
+}
+
+void MarcObject::SetCharacterMap(std::u16string_view charmap) {
+    charClass_ = std::make_shared<CharacterClass>();
+    if (!charmap.empty()) {
+        const std::filesystem::path path = ResolveInProgramFolder(TextToPath(charmap));
+        charClass_->Load(PathToText(path));
+        characterMap_ = std::u16string(charmap);
+    }
+}
+
+void MarcObject::GetCharacterMap(std::u16string_view) {}
+
+int MarcObject::FieldCount() const {
+    return fields_->Count();
+}
+
+void MarcObject::Import(std::u16string_view record) {
+    fields_->Clear();
+    const std::u16string_view leader =
+        record.size() >= LeaderLength ? record.substr(0, LeaderLength) : std::u16string_view();
+    fields_->Field(0, 1)->SetValue(leader);
+
+    const bool mapping = charClass_->CharacterCount().value_or(0) > 0;
+
+    // Where the directory ends and the data begins: the base address, falling back to the
+    // first field terminator when it cannot be right.
+    const std::size_t firstTerminator = record.find(FieldTerminator);
+    const bool hasTerminator = firstTerminator != std::u16string_view::npos;
+    const long long terminatorPos = hasTerminator ? static_cast<long long>(firstTerminator) + 1 : 0;
+    const long long base = record.size() >= 25 ? NumberAt(record.substr(12, 5)) : 0;
+
+    std::u16string_view directory;
+    if (record.size() >= 25) {
+        long long directoryLength = -1;
+        if (base != 0) {
+            directoryLength = base - 25;
+        } else if (hasTerminator) {
+            directoryLength = terminatorPos - 25;
+        }
+        if (directoryLength >= 1) {
+            directory = record.substr(24, static_cast<std::size_t>(directoryLength));
+        }
+    }
+
+    std::u16string_view data;
+    if (record.size() >= LeaderLength) {
+        long long dataBase = base;
+        if (dataBase >= static_cast<long long>(record.size()) || dataBase < 25) {
+            dataBase = hasTerminator ? terminatorPos : -1;
+        }
+        if (dataBase >= 0 && dataBase <= static_cast<long long>(record.size())) {
+            data = record.substr(static_cast<std::size_t>(dataBase));
+        }
+    }
+
+    // The pieces of the data between field terminators are taken in directory order; the
+    // lengths and offsets of the directory are not trusted. Once the data runs out, later
+    // entries repeat the last piece.
+    const std::size_t entries = directory.size() / EntryLength;
+    std::size_t cursor = 0;
+    bool dataLeft = true;
+    // One text for all entries, changed in place as each rule applies: an entry beyond the
+    // data repeats the previous entry's text as those rules left it.
+    std::u16string text;
+    for (std::size_t i = 0; i < entries; ++i) {
+        const int tag = static_cast<int>(NumberAt(directory.substr(i * EntryLength, 3)));
+        if (dataLeft) {
+            const std::size_t end = data.find(FieldTerminator, cursor);
+            if (end == std::u16string_view::npos) {
+                dataLeft = false;
+            } else {
+                text.assign(data.substr(cursor, end - cursor));
+                cursor = end + 1;
+            }
+        }
+        if (mapping) {
+            charClass_->Map(text);
+        }
+        ReplaceChar(text, u'\\', HeldBackslash);
+        if (tag >= 6 && tag <= 8) {
+            fields_->Add(tag, u"", u"", text, true, false);
+        } else if (text.size() > 2) {
+            if (text.find(SubfieldDelimiter) == std::u16string::npos) {
+                fields_->Add(tag, u"", u"", text, false, false);
+            } else {
+                ReplaceChar(text, OldDelimiter, SubfieldDelimiter);
+                if (SourceIsUTF8) {
+                    text = charClass_->UCS2String(text);
+                }
+                const std::u16string_view view(text);
+                fields_->Add(tag, view.substr(0, 1), view.substr(1, 1), view.substr(2), false,
+                             false);
+            }
+        }
+    }
+}
+
+std::u16string MarcObject::Export(int encoding, int normalization) const {
+    std::u16string leader;
+    std::u16string directory;
+    std::u16string data;
+    directory.reserve(static_cast<std::size_t>(fields_->Count()) * EntryLength);
+    data.reserve(2048);
+    std::u16string text;
+    for (const auto& field : *fields_) {
+        const int tag = NumericTag(*field);
+        text.clear();
+        if (tag > 8) {
+            const std::u16string value = field->Value();
+            if (value.find_first_not_of(u' ') != std::u16string::npos) {
+                text = field->Indicator(1);
+                text += field->Indicator(2);
+                text += value;
+            }
+        } else if (tag > 0) {
+            text = field->Value();
+        }
+        if (!text.empty()) {
+            ReplaceChar(text, HeldBackslash, u'\\');
+            text += FieldTerminator;
+        }
+        switch (encoding) {
+            case 0:
+            case 1:
+                text = charClass_->CleanString(text);
+                break;
+            case 3:
+                text = charClass_->UTF8String(text, normalization);
+                break;
+            case 4:
+                text = charClass_->NarrowString(text);
+                break;
+            case 5:
+                text = charClass_->VRLINString(charClass_->CleanString(text));
+                break;
+            default:
+                break;
+        }
+        if (!text.empty() && tag > 0) {
+            AppendNumber(directory, tag, 3);
+            AppendNumber(directory, static_cast<long long>(text.size()), 4);
+            AppendNumber(directory, static_cast<long long>(data.size()), 5);
+            data += text;
+        } else if (tag == 0 && field->FixedLength() > 0) {
+            leader = field->Value();
+            if (leader.size() >= 10 && encoding == 3) {
+                leader[9] = u'a';
+            } else if (leader.size() >= 10 && encoding == 0) {
+                leader[9] = u' ';
+            }
+        }
+    }
+    std::u16string record;
+    record.reserve(leader.size() + directory.size() + data.size() + 2);
+    record += leader;
+    record += directory;
+    record += FieldTerminator;
+    record += data;
+    record += RecordTerminator;
+    const auto total = static_cast<long long>(record.size());
+    const auto base = static_cast<long long>(directory.size()) + 25;
+    WriteNumberAt(record, 0, 5, total);
+    // The base address sits behind the record length, which may have grown by a digit.
+    WriteNumberAt(record, 12 + (record.size() - static_cast<std::size_t>(total)), 5, base);
+    return record;
+}
+
+std::u16string MarcObject::PubDate() const {
+    if (!fields_->TagExists(8)) {
+        return {};
+    }
+    const std::u16string value = fields_->Field(8, 1)->Value();
+    return value.size() > 16 ? value.substr(7, 8) : std::u16string();
+}
+
+namespace {
+
+std::shared_ptr<CfgClass> LoadConfig(std::u16string_view fileName, std::u16string& keptPath) {
+    auto config = std::make_shared<CfgClass>();
+    const std::filesystem::path path = ResolveInProgramFolder(TextToPath(fileName));
+    keptPath = PathToText(path);
+    try {
+        config->Load(keptPath);
+    } catch (const Error&) {
+        // A faulty configuration (a section given twice) keeps what was read before the fault.
+    }
+    return config;
+}
+
+}  // namespace
+
+void MarcObject::OPACConfigFile(std::u16string_view fileName) {
+    opacConfig_ = LoadConfig(fileName, opacConfigPath_);
+}
+
+void MarcObject::OPACConfigFileBrief(std::u16string_view fileName) {
+    briefConfig_ = LoadConfig(fileName, briefConfigPath_);
+}
+
+std::u16string MarcObject::MainEntry() const {
+    const int tag = fields_->MainEntryTag();
+    if (tag <= 0 || !fields_->TagExists(tag)) {
+        return {};
+    }
+    return fields_->Field(tag, 1)->GetFieldContents();
+}
+
+}  // namespace tesselex
