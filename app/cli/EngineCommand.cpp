@@ -1,14 +1,195 @@
-// Placeholder until the export engine lands; replaced by the engine commands' own file.
+// tesselex-cli watch|fetch|request|settings: the export application without its window. The
+// commands share the engine and the per-user settings with the window.
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <iostream>
+#include <optional>
+#include <thread>
 
 #include "app/cli/Commands.h"
+#include "app/engine/ExportEngine.h"
+#include "app/engine/Settings.h"
+#include "config/Utf.h"
 
 namespace tesselex::cli {
+namespace {
 
-bool IsEngineCommand(const std::string&) { return false; }
+volatile std::sig_atomic_t stopRequested = 0;
 
-int RunEngineCommand(const std::string&, const std::vector<std::string>&) { return 2; }
+extern "C" void RequestStop(int) {
+    stopRequested = 1;
+}
 
-void PrintEngineHelp(std::ostream& out) { out << "  (export commands not built yet)\n"; }
+// SIGINT and SIGTERM only raise a flag: the watch loop ends between polls, never inside a
+// delivery. SA_RESTART keeps a running transfer from failing on the interruption.
+void InstallStopHandlers() {
+    struct sigaction action = {};
+    action.sa_handler = RequestStop;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+// Status lines go to stdout as the window lists them; counts the errors among them.
+class StatusPrinter {
+  public:
+    explicit StatusPrinter(ExportEngine& engine) {
+        engine.Log().SetStatusSink([this](const StatusLine& line) {
+            std::cout << TextToUtf8(line.Line) << std::endl;
+            if (line.IsError) {
+                ++errors_;
+            }
+        });
+    }
+    int Errors() const { return errors_; }
+
+  private:
+    int errors_ = 0;
+};
+
+int Usage(const std::string& message) {
+    std::cerr << "tesselex-cli: " << message << " (see --help)\n";
+    return 2;
+}
+
+int Watch(const std::vector<std::string>& args) {
+    bool once = false;
+    for (const std::string& arg : args) {
+        if (arg == "--once") {
+            once = true;
+        } else {
+            return Usage("watch: unknown argument '" + arg + "'");
+        }
+    }
+    Settings settings;
+    ExportEngine engine(settings);
+    StatusPrinter printer(engine);
+    InstallStopHandlers();
+    engine.LoadConfig();
+    std::cerr << "tesselex-cli: watching '" << TextToUtf8(engine.Form().TxtFile.Text) << "'"
+              << (once ? " once" : " every second (Ctrl+C ends)") << '\n';
+    while (stopRequested == 0) {
+        if (engine.Form().Timer1.Enabled) {
+            engine.Timer1_Timer();
+        }
+        if (once) {
+            break;
+        }
+        for (int tick = 0; tick < 10 && stopRequested == 0; ++tick) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+    return 0;
+}
+
+int Fetch(const std::vector<std::string>& args) {
+    if (args.size() > 1) {
+        return Usage("fetch takes at most one bib id");
+    }
+    Settings settings;
+    ExportEngine engine(settings);
+    StatusPrinter printer(engine);
+    engine.LoadConfig();
+    if (!args.empty()) {
+        engine.Form().txtBibId.Text = Utf8ToText(args[0]);
+    }
+    engine.Command1_Click();
+    return printer.Errors() > 0 ? 1 : 0;
+}
+
+int Request(const std::vector<std::string>& args) {
+    if (args.size() != 1) {
+        return Usage("request takes one bib id");
+    }
+    Settings settings;
+    ExportEngine engine(settings);
+    engine.LoadConfig();
+    engine.Form().txtBibId.Text = Utf8ToText(args[0]);
+    std::cout << TextToUtf8(engine.BuildRequest()) << '\n';
+    return 0;
+}
+
+std::optional<SettingKey> KnownKey(const std::string& name) {
+    auto key = FindSettingKey(Utf8ToText(name));
+    if (!key) {
+        std::cerr << "tesselex-cli: unknown setting '" << name
+                  << "' (tesselex-cli settings list shows the keys)\n";
+    }
+    return key;
+}
+
+int SettingsCommand(const std::vector<std::string>& args) {
+    Settings settings;
+    const std::string action = args.empty() ? std::string() : args[0];
+    if (action == "list" && args.size() == 1) {
+        for (const SettingKeyInfo& info : SettingKeys()) {
+            std::cout << TextToUtf8(info.Name) << '=' << TextToUtf8(settings.Setting(info.Key))
+                      << '\n';
+        }
+        return 0;
+    }
+    if (action == "get" && args.size() == 2) {
+        const auto key = KnownKey(args[1]);
+        if (!key) {
+            return 2;
+        }
+        std::cout << TextToUtf8(settings.Setting(*key)) << '\n';
+        return 0;
+    }
+    if (action == "set" && args.size() == 3) {
+        const auto key = KnownKey(args[1]);
+        if (!key) {
+            return 2;
+        }
+        settings.StoreSetting(*key, Utf8ToText(args[2]));
+        return 0;
+    }
+    return Usage("settings list | get KEY | set KEY VALUE");
+}
+
+}  // namespace
+
+bool IsEngineCommand(const std::string& command) {
+    return command == "watch" || command == "fetch" || command == "request" ||
+           command == "settings";
+}
+
+int RunEngineCommand(const std::string& command, const std::vector<std::string>& args) {
+    if (command == "watch") {
+        return Watch(args);
+    }
+    if (command == "fetch") {
+        return Fetch(args);
+    }
+    if (command == "request") {
+        return Request(args);
+    }
+    return SettingsCommand(args);
+}
+
+void PrintEngineHelp(std::ostream& out) {
+    out << "Export commands (program folder: $TESSELEX_HOME, else beside the executable;\n"
+           "it holds export.url, ConfigURL.TXT, Config.TXT and Logs/):\n"
+           "  watch [--once]         start up, then poll the holdings workfile once a second and\n"
+           "                         export the record its 004 names; --once polls once and\n"
+           "                         exits. SIGINT/SIGTERM end it between polls. Status lines\n"
+           "                         go to stdout.\n"
+           "  fetch [BIBID]          fetch and deliver BIBID now (default: the last bib id);\n"
+           "                         exit status 1 when an error status line was shown\n"
+           "  request BIBID          print the request address a fetch of BIBID would send\n"
+           "  settings list          every setting with its value\n"
+           "  settings get KEY       one setting (keys are matched without regard to case)\n"
+           "  settings set KEY VALUE change one setting, e.g. Destination, FTPServer, Logging\n"
+           "\n"
+           "Settings keys:\n";
+    for (const SettingKeyInfo& info : SettingKeys()) {
+        std::string name = TextToUtf8(info.Name);
+        name.resize(18, ' ');
+        out << "  " << name << ' ' << info.Meaning << '\n';
+    }
+}
 
 }  // namespace tesselex::cli
