@@ -244,7 +244,8 @@ std::u16string CharacterClass::VRLINString(std::u16string_view text) const {
     std::size_t i = 0;
     while (i < composed.size()) {
         const char16_t ch = composed[i++];
-        if (ch < 128) {
+        const bool marked = i < composed.size() && isMark(composed[i]);
+        if (ch < 128 && !marked) {
             out += ch;
             continue;
         }
