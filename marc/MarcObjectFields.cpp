@@ -14,6 +14,8 @@ namespace tesselex {
 namespace {
 
 constexpr int kLeaderLength = 24;
+// Occurrences up to this deep are found by following the chain.
+constexpr int kShortWalk = 8;
 
 bool Indexable(int tag) {
     return tag >= 1 && tag <= MarcObjectFields::MaxTag;
@@ -23,6 +25,12 @@ void CheckTagRange(int tag) {
     if (tag < 0 || tag > MarcObjectFields::MaxTag) {
         throw Error(ErrorNumber::SubscriptOutOfRange);
     }
+}
+
+// The tag as three digits; Add only makes tags of 1..999, so no general formatting is needed.
+std::u16string ThreeDigits(int tag) {
+    return {static_cast<char16_t>(u'0' + tag / 100), static_cast<char16_t>(u'0' + tag / 10 % 10),
+            static_cast<char16_t>(u'0' + tag % 10)};
 }
 
 std::size_t Slot(int tag) {
@@ -111,7 +119,7 @@ MarcObjectFields::Item MarcObjectFields::Add(int tag, std::u16string_view ind1,
     }
 
     auto field = std::make_shared<MarcObjectField>();
-    field->tag_ = FormatNumber(tag, 3);
+    field->tag_ = ThreeDigits(tag);
     field->tagNumber_ = tag;
     field->SetIndicator(1, ind1);
     field->SetIndicator(2, ind2);
@@ -208,21 +216,21 @@ int MarcObjectFields::PositionOf(int tag, int occ) const {
     if (count < occ) {
         return 0;
     }
-    int pos = first_[Slot(tag)];
-    int at = 1;
-    if (cursorTag_ == tag && cursorOcc_ >= 1 && cursorOcc_ <= occ) {
-        pos = cursorPos_;
-        at = cursorOcc_;
+    if (occ <= kShortWalk) {
+        int pos = first_[Slot(tag)];
+        for (int at = 1; at < occ && pos != 0; ++at) {
+            pos = next_[static_cast<std::size_t>(pos)];
+        }
+        return pos;
     }
-    for (; at < occ && pos != 0; ++at) {
-        pos = next_[static_cast<std::size_t>(pos)];
+    if (occurrencesTag_ != tag) {
+        occurrences_.clear();
+        for (int pos = first_[Slot(tag)]; pos != 0; pos = next_[static_cast<std::size_t>(pos)]) {
+            occurrences_.push_back(pos);
+        }
+        occurrencesTag_ = tag;
     }
-    if (pos != 0) {
-        cursorTag_ = tag;
-        cursorOcc_ = occ;
-        cursorPos_ = pos;
-    }
-    return pos;
+    return occurrences_[static_cast<std::size_t>(occ - 1)];
 }
 
 MarcObjectFields::Item MarcObjectFields::Field(int tag, int occ) const {
@@ -302,9 +310,7 @@ void MarcObjectFields::ResetIndex() {
     indexed_ = 0;
     indexable_ = 0;
     stale_ = false;
-    cursorTag_ = -1;
-    cursorOcc_ = 0;
-    cursorPos_ = 0;
+    occurrencesTag_ = -1;
 }
 
 void MarcObjectFields::IndexAppended() {
@@ -329,6 +335,9 @@ void MarcObjectFields::IndexAppended() {
     }
     last_[t] = pos;
     ++indexed_;
+    if (tag == occurrencesTag_) {
+        occurrences_.push_back(pos);
+    }
 }
 
 void MarcObjectFields::Rebuild() {

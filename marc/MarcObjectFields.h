@@ -9,10 +9,10 @@
 // indexed, and the field that would be the 1501st raises Error(SubscriptOutOfRange) when it is
 // indexed (it stays in the collection, unindexed).
 //
-// Appending indexes the new field in constant time (a last position per tag), and walking the
-// occurrences of a tag in ascending order continues from the previous lookup, so building a
-// record and reading all of it are linear. Changes that move fields rebuild the index in one
-// pass.
+// Appending indexes the new field in constant time (a last position per tag), and a deep
+// occurrence of a much repeated tag is found through a table of that tag's positions, so
+// building a record and reading all of it are linear. Changes that move fields rebuild the
+// index in one pass.
 
 #include <array>
 #include <memory>
@@ -119,10 +119,10 @@ class MarcObjectFields {
     // A held field changed its tag: the next Add re-indexes from scratch, as lookups until then
     // still answer from the index as it was.
     bool stale_ = false;
-    // The previous lookup, so ascending walks through an occurrence chain are linear.
-    mutable int cursorTag_ = -1;
-    mutable int cursorOcc_ = 0;
-    mutable int cursorPos_ = 0;
+    // Positions of every occurrence of one tag, made when a lookup would walk a long chain, so
+    // looking up all occurrences of a much repeated tag, in any order, stays linear.
+    mutable std::vector<int> occurrences_;
+    mutable int occurrencesTag_ = -1;
 };
 
 }  // namespace tesselex

@@ -130,7 +130,7 @@ TEST_F(MarcObjectFieldsTest, LookupsShareStoredFieldsOrGiveDetachedOnes) {
 // Lookups in any order agree with a plain scan of the fields, also after changes of order.
 TEST_F(MarcObjectFieldsTest, OccurrenceLookupsMatchAScan) {
     const auto check = [this] {
-        for (int tag : {500, 650, 700}) {
+        for (int tag : {500, 700, 650}) {
             std::vector<MarcObjectField*> scan;
             for (const auto& f : fields) {
                 if (f->TagNumber() == tag) {
@@ -138,7 +138,7 @@ TEST_F(MarcObjectFieldsTest, OccurrenceLookupsMatchAScan) {
                 }
             }
             ASSERT_EQ(fields.TagOcc(tag), static_cast<int>(scan.size()));
-            for (int occ : {3, 1, 4, 2, 2, 5, 6}) {
+            for (int occ : {11, 3, 1, 12, 9, 2, 10, 13, 4, 14}) {
                 MarcObjectField* expected = occ <= static_cast<int>(scan.size())
                                                 ? scan[static_cast<std::size_t>(occ - 1)]
                                                 : nullptr;
@@ -151,10 +151,12 @@ TEST_F(MarcObjectFieldsTest, OccurrenceLookupsMatchAScan) {
             }
         }
     };
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 12; ++i) {
         fields.Add(650, u"", u"", u"\\a" + FormatNumber(i, 1));
         fields.Add(i % 2 == 0 ? 700 : 500, u"", u"", u"\\ax");
     }
+    check();
+    fields.Add(650, u"", u"", u"\\alast");  // appended behind deep occurrences already looked up
     check();
     fields.Add(500, u"", u"", u"\\afirst", false, true);
     fields.Delete(650, 2);
