@@ -118,7 +118,11 @@ const std::u16string& MarcObjectField::RefreshContents() {
 }
 
 std::u16string MarcObjectField::Value() {
-    return ShowBackslashes(RefreshContents());
+    const bool rebuilt =
+        fixedLength_ == 0 && (pending_ || (subfields_ && subfields_->Count() >= 1));
+    const std::u16string& contents = RefreshContents();
+    // A canonical pending text holds no character 20 and a rebuilt one has shown them already.
+    return rebuilt ? contents : ShowBackslashes(contents);
 }
 
 void MarcObjectField::SetValue(std::u16string_view value) {
@@ -145,22 +149,39 @@ void MarcObjectField::StoreSubfieldText(std::u16string&& text) {
 void MarcObjectField::ScanPending() {
     // Learn what the parse would give without making the subfields: how many, whether one of
     // them breaks an index limit (then parse now, so the error is raised here), and whether
-    // rebuilding the text from them would give back the same text.
+    // rebuilding the text from them would give back the same text. One pass, as the
+    // subfield walk splits the text (ForEachSubfieldText).
+    const char16_t* text = contents_.data();
+    const std::size_t size = contents_.size();
     int count = 0;
     bool overLimit = false;
-    bool canonical = contents_.empty() || contents_.front() == kSubfieldDelimiter;
-    const bool danglingDelimiter =
-        ForEachSubfieldText(contents_, [&](char16_t code, std::u16string_view value) {
-            ++count;
-            overLimit = overLimit || code >= 256;
-            canonical =
-                canonical && !value.empty() && value.front() != u' ' && value.back() != u' ';
-        });
+    bool standIn = false;
+    std::size_t at = 0;
+    while (at < size && text[at] != kSubfieldDelimiter) {
+        standIn = standIn || text[at] == kBackslashStandIn;
+        ++at;
+    }
+    bool canonical = at == 0;
+    while (at < size) {
+        if (at + 1 == size) {
+            canonical = false;  // a final delimiter without a code
+            break;
+        }
+        const char16_t code = text[at + 1];
+        ++count;
+        overLimit = overLimit || code >= 256;
+        standIn = standIn || code == kBackslashStandIn;
+        const std::size_t from = at + 2;
+        at = from;
+        while (at < size && text[at] != kSubfieldDelimiter) {
+            standIn = standIn || text[at] == kBackslashStandIn;
+            ++at;
+        }
+        canonical = canonical && at > from && text[from] != u' ' && text[at - 1] != u' ';
+    }
     overLimit = overLimit || count > MarcObjectSubfields::MaxIndexed;
-    canonical = canonical && !danglingDelimiter &&
-                contents_.find(kBackslashStandIn) == std::u16string::npos;
     pending_ = count > 0;
-    pendingCanonical_ = canonical;
+    pendingCanonical_ = canonical && !standIn;
     if (overLimit) {
         Materialise();
     }
