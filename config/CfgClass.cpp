@@ -5,6 +5,7 @@
 //   a line can be both, and every other line is ignored;
 // - LoadFromString first makes line ends uniform: a text without any CR LF has its CRs, and
 //   then (still without CR LF) its LFs, made CR LF; a text holding one CR LF stays as it is.
+//   It then reads the text as Load reads a Windows-1252 file holding it.
 // Look-ups fold keys to lower case; keys and values are stored as they stood.
 
 #include "config/CfgClass.h"
@@ -237,7 +238,9 @@ void CfgClass::LoadFromString(std::u16string_view cfgString) {
         text = ReplaceAll(text, u"\n", u"\r\n");
     }
     text += u"\r\n";
-    ReadText(text);
+    // Read exactly as the same text saved to a file would be: through the code page, so a
+    // character it cannot hold reads as "?".
+    ReadText(AnsiToText(TextToAnsi(text)));
 }
 
 void CfgClass::Load(std::u16string_view fromFile) {

@@ -267,8 +267,11 @@ TEST_F(CfgClassTest, LoadReadsWindows1252AndCarriageReturnLines) {
     EXPECT_EQ(Value(u"Settings\\Ämnesord"), u"650");
     EXPECT_EQ(Value(u"SETTINGS\\ANVÄNDARE"), u"Bengt");
     EXPECT_EQ(Value(u"settings\\lösenord"), u"hemligt§");
+    // A text in memory reads as the same text in a file would.
+    cfg_.LoadFromString(u"[Text]\r\nÄmne=€ \u4E2D \u0100");
+    EXPECT_EQ(Value(u"text\\ämne"), u"€ ? ?");
     EXPECT_EQ(Value(u"Settings\\Lf"), u"one\ntwo");
-    EXPECT_EQ(cfg_.Itemcount(), 4);
+    EXPECT_EQ(cfg_.Itemcount(), 5);
 }
 
 TEST_F(CfgClassTest, LoadAddsToWhatIsHeldAndIgnoresMissingFiles) {

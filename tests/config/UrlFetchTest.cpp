@@ -97,6 +97,13 @@ TEST_F(UrlFetch, ErrorStatusStillGivesTheBody) {
     EXPECT_EQ(FetchUrl(server_.UrlText("/unregistered")), u"");
 }
 
+TEST_F(UrlFetch, RedirectsAreFollowed) {
+    server_.Get("/old", {302, "moved", "text/plain", {{"Location", "/new"}}});
+    server_.Get("/new", {200, "here"});
+    EXPECT_EQ(FetchUrl(server_.UrlText("/old")), u"here");
+    EXPECT_EQ(server_.RequestCount(), 2u);
+}
+
 TEST_F(UrlFetch, RequestIsUncachedAndNamesItsAgent) {
     server_.Get("/q", [](const LoopbackHttpServer::Request& request) {
         return LoopbackHttpServer::Reply{200, request.Query("bib") + "|" + request.Query("sigel")};

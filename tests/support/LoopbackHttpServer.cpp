@@ -65,6 +65,9 @@ LoopbackHttpServer::LoopbackHttpServer() : server_(std::make_unique<httplib::Ser
         }
         Reply reply = handler(request);
         out.status = reply.Status;
+        for (const auto& [name, value] : reply.Headers) {
+            out.set_header(name.c_str(), value);
+        }
         out.set_content(reply.Body, reply.ContentType.c_str());
     });
     port_ = server_->bind_to_any_port("127.0.0.1");

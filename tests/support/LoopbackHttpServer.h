@@ -33,6 +33,8 @@ class LoopbackHttpServer {
         int Status = 200;
         std::string Body;
         std::string ContentType = "text/plain";
+        // Extra reply headers, e.g. {"Location", "/elsewhere"} for a redirect.
+        std::multimap<std::string, std::string> Headers = {};
     };
 
     // One request as the server received it.
