@@ -30,42 +30,13 @@ bool IsLowSurrogate(char16_t ch) noexcept {
 // Letters with a stroke or bar have no canonical decomposition, yet their base letter is
 // what a reader of a narrowed record expects to see.
 char16_t StrokeBase(char16_t ch) noexcept {
-    switch (ch) {
-        case u'\u0110':
-            return u'D';  // Đ
-        case u'\u0111':
-            return u'd';
-        case u'\u0126':
-            return u'H';  // Ħ
-        case u'\u0127':
-            return u'h';
-        case u'\u0131':
-            return u'i';  // dotless i
-        case u'\u0141':
-            return u'L';  // Ł
-        case u'\u0142':
-            return u'l';
-        case u'\u0166':
-            return u'T';  // Ŧ
-        case u'\u0167':
-            return u't';
-        case u'\u0180':
-            return u'b';  // ƀ
-        case u'\u0197':
-            return u'I';  // Ɨ
-        case u'\u01B5':
-            return u'Z';  // Ƶ
-        case u'\u01B6':
-            return u'z';
-        case u'\u01E4':
-            return u'G';  // Ǥ
-        case u'\u01E5':
-            return u'g';
-        case u'\u0268':
-            return u'i';  // ɨ
-        default:
-            return 0;
-    }
+    // Đ đ Ħ ħ ı Ł ł Ŧ ŧ ƀ Ɨ Ƶ ƶ Ǥ ǥ ɨ
+    constexpr std::u16string_view kLetters =
+        u"\u0110\u0111\u0126\u0127\u0131\u0141\u0142\u0166"
+        u"\u0167\u0180\u0197\u01B5\u01B6\u01E4\u01E5\u0268";
+    constexpr std::u16string_view kBases = u"DdHhiLlTtbIZzGgi";
+    const std::size_t at = kLetters.find(ch);
+    return at == std::u16string_view::npos ? char16_t{0} : kBases[at];
 }
 
 // The characters of the code page that stand for ch (a letter outside it reduced to its base
@@ -84,10 +55,7 @@ std::u16string AnsiEquivalent(char16_t ch) {
     }
     const std::u16string decomposed = FoldString(std::u16string(1, ch), kFoldDecompose);
     if (decomposed.size() >= 2 && IsAnsiChar(decomposed[0]) && !IsCombiningMark(decomposed[0])) {
-        const char16_t base = decomposed[0];
-        if (IsAnsiChar(base)) {
-            return std::u16string(1, base);
-        }
+        return std::u16string(1, decomposed[0]);
     }
     if (const char16_t base = StrokeBase(ch); base != 0) {
         return std::u16string(1, base);
