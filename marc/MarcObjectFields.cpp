@@ -186,7 +186,11 @@ void MarcObjectFields::DeleteAll(int tag) {
     if (stale_ || indexed_ != indexable_) {
         // The index does not describe the present fields: remove one by one as it finds them.
         while (count_[Slot(tag)] >= 1) {
+            const int before = Count();
             Delete(tag, 1);
+            if (Count() == before) {
+                break;  // the index points nowhere: nothing more to remove
+            }
         }
         return;
     }

@@ -120,7 +120,11 @@ void MarcObjectSubfields::DeleteAll(char16_t code) {
         // The index is short after a limit error: remove one by one as the index finds them,
         // so the error comes back exactly where it did.
         while (count_[c] >= 1) {
+            const int before = Count();
             Delete(code, 1);
+            if (Count() == before) {
+                break;
+            }
         }
         return;
     }

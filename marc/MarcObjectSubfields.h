@@ -10,7 +10,8 @@
 // by code do for a code of 256 or more.
 //
 // Appending keeps the index up to date in constant time; only changes that move subfields
-// rebuild it, in one pass.
+// rebuild it, in one pass. A code changed directly through a subfield's Fieldname is therefore
+// indexed at the next Refresh or reordering change, not at the next append.
 
 #include <array>
 #include <cstdint>
