@@ -73,8 +73,9 @@ class MarcObjectField {
     // rebuilds the subfields from what is left.
     void RemoveChars(std::u16string_view chars2Remove);
 
-    // Fixed-length fields only: overwrite from a 1-based position / read a part. Out of range
-    // changes nothing / gives nothing. A negative position raises Error(InvalidArgument).
+    // Fixed-length fields only: overwrite from a 1-based position / read a part. When the part
+    // would end beyond FixedLength nothing changes / nothing is given; otherwise a position
+    // below 1 (or a negative length) raises Error(InvalidArgument).
     void SetFieldValue(int position, std::u16string_view text);
     std::optional<std::u16string> GetFieldValue(int position, int length) const;
     // The values of all subfields joined by one blank, trimmed.
