@@ -381,24 +381,5 @@ TEST_F(CfgClassTest, BadInputIsReadWithoutHarm) {
     EXPECT_EQ(many.SectionItems(u"Section4999"), (Names{u"", u"key"}));
 }
 
-TEST_F(CfgClassTest, BinaryFileLoadsWithoutHarm) {
-    TempDir dir;
-    std::string bytes;
-    for (int round = 0; round < 64; ++round) {
-        for (int b = 0; b < 256; ++b) {
-            bytes += static_cast<char>((b * 7 + round) & 0xFF);
-        }
-    }
-    WriteBytes(dir / "binary.bin", bytes);
-    try {
-        cfg_.Load(PathToText(dir / "binary.bin"));
-    } catch (const Error& error) {
-        EXPECT_EQ(error.Number(), ErrorNumber::DuplicateKey);
-    }
-    for (int i = 1; i <= cfg_.Itemcount(); ++i) {
-        EXPECT_NE(cfg_.Item(i)->Key.find(u'\\'), std::u16string::npos);
-    }
-}
-
 }  // namespace
 }  // namespace tesselex
