@@ -11,6 +11,8 @@
 //
 // The user may read, write, create folders, rename and delete under the root. A failed login
 // is answered at once (the usual anti-guessing delay is off) so failure tests stay quick.
+// The server is also killed when the thread that started it ends, so start it from the test's
+// own thread (a fixture member or a local), not from a short-lived helper thread.
 
 #include <sys/types.h>
 #include <filesystem>
