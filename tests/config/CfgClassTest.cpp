@@ -188,6 +188,10 @@ TEST_F(CfgClassTest, LocateFindsTheKeyNameInsideATextOfTheSection) {
     EXPECT_EQ(cfg_.Locate(u"eur", u"Codes"), u"");
     EXPECT_EQ(cfg_.Locate(u"nothing", u"Codes"), u"");
     EXPECT_EQ(cfg_.Locate(u"eur", u""), u"no");
+    // The key name is what follows the last backslash of the full key.
+    CfgClass saved;
+    saved.LoadFromString(u"FTP\\Host=h");
+    EXPECT_EQ(saved.Locate(u"which host?", u"\\ftp"), u"h");
 }
 
 // ---- changes ----
