@@ -75,6 +75,19 @@ TEST_F(ShippedMapTest, ReverseMapPutsMarksBackInFront) {
     EXPECT_EQ(text, u"Cafe\u0301 Lo\u0308we n\u0360go");
 }
 
+TEST(Marc8GeneratorTest, CommittedMapsMatchTheGenerator) {
+    TESSELEX_REQUIRE_SHARED_TESTDATA();
+    test::TempDir dir;
+    const std::string command = "/usr/bin/python3 '" +
+                                (test::SourceDir() / "scripts" / "make-charmaps").string() +
+                                "' --out '" + dir.Path().string() + "' >/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    for (const char* name : {"MARC8.txt", "MARC8-reverse.txt"}) {
+        EXPECT_EQ(test::ReadBytes(dir / name), test::ReadBytes(CharmapPath(name)))
+            << name << " differs from what scripts/make-charmaps generates";
+    }
+}
+
 // --- Real records against yaz ---------------------------------------------------------------
 
 struct Field {
