@@ -1,5 +1,7 @@
 #include "marc/MarcObject.h"
 
+#include <algorithm>
+
 #include "charset/CharacterClass.h"
 #include "config/CfgClass.h"
 #include "config/Error.h"
@@ -40,18 +42,37 @@ void AppendNumber(std::u16string& out, long long value, int digits) {
         out += FormatNumber(value, digits);
         return;
     }
-    char16_t buffer[24];
-    int length = 0;
-    do {
-        buffer[length++] = static_cast<char16_t>(u'0' + value % 10);
-        value /= 10;
-    } while (value > 0);
-    for (int pad = length; pad < digits; ++pad) {
-        out += u'0';
+    int width = 1;
+    for (long long rest = value / 10; rest > 0; rest /= 10) {
+        ++width;
     }
-    while (length > 0) {
-        out += buffer[--length];
+    width = std::max(width, digits);
+    const std::size_t at = out.size();
+    out.resize(at + static_cast<std::size_t>(width));
+    for (std::size_t pos = at + static_cast<std::size_t>(width); pos > at; value /= 10) {
+        out[--pos] = static_cast<char16_t>(u'0' + value % 10);
     }
+}
+
+// One directory entry: tag, length and start. Numbers that fit their width (the normal case)
+// are written in one go; wider ones keep all their digits.
+void AppendEntry(std::u16string& directory, long long tag, long long length, long long start) {
+    if (tag < 0 || tag > 999 || length > 9999 || start > 99999) {
+        AppendNumber(directory, tag, 3);
+        AppendNumber(directory, length, 4);
+        AppendNumber(directory, start, 5);
+        return;
+    }
+    char16_t entry[EntryLength];
+    auto put = [&entry](std::size_t end, std::size_t width, long long value) {
+        for (std::size_t pos = end; pos > end - width; value /= 10) {
+            entry[--pos] = static_cast<char16_t>(u'0' + value % 10);
+        }
+    };
+    put(3, 3, tag);
+    put(7, 4, length);
+    put(12, 5, start);
+    directory.append(entry, EntryLength);
 }
 
 // Overwrites the characters at a 0-based position with the number; a number wider than its
@@ -199,9 +220,39 @@ void MarcObject::Import(std::u16string_view record) {
     const std::size_t entries = directory.size() / EntryLength;
     std::size_t cursor = 0;
     bool dataLeft = true;
-    // One text for all entries, changed in place as each rule applies: an entry beyond the
-    // data repeats the previous entry's text as those rules left it.
-    std::u16string text;
+    // The entry's text is a view of the data, copied only when a rule changes it. An entry
+    // beyond the data repeats the previous entry's text as those rules left it, and the rules
+    // apply to it again.
+    std::u16string_view text;
+    std::u16string owned;
+    auto own = [&]() {
+        if (text.data() != owned.data() || text.size() != owned.size()) {
+            owned.assign(text);
+            text = owned;
+        }
+    };
+    bool hasOldDelimiter = false;
+    auto addEntry = [&](int tag) {
+        if (tag >= 6 && tag <= 8) {
+            fields_->Add(tag, u"", u"", text, true, false);
+        } else if (text.size() > 2) {
+            if (text.find(SubfieldDelimiter) == std::u16string_view::npos) {
+                fields_->Add(tag, u"", u"", text, false, false);
+            } else {
+                if (hasOldDelimiter) {
+                    own();
+                    ReplaceChar(owned, OldDelimiter, SubfieldDelimiter);
+                }
+                if (SourceIsUTF8) {
+                    own();
+                    owned = charClass_->UCS2String(owned);
+                    text = owned;
+                }
+                fields_->Add(tag, text.substr(0, 1), text.substr(1, 1), text.substr(2), false,
+                             false);
+            }
+        }
+    };
     for (std::size_t i = 0; i < entries; ++i) {
         const int tag = static_cast<int>(NumberAt(directory.substr(i * EntryLength, 3)));
         if (dataLeft) {
@@ -209,28 +260,32 @@ void MarcObject::Import(std::u16string_view record) {
             if (end == std::u16string_view::npos) {
                 dataLeft = false;
             } else {
-                text.assign(data.substr(cursor, end - cursor));
+                text = data.substr(cursor, end - cursor);
                 cursor = end + 1;
             }
         }
         if (mapping) {
-            charClass_->Map(text);
+            own();
+            charClass_->Map(owned);
+            text = owned;
         }
-        ReplaceChar(text, u'\\', HeldBackslash);
-        if (tag >= 6 && tag <= 8) {
-            fields_->Add(tag, u"", u"", text, true, false);
-        } else if (text.size() > 2) {
-            if (text.find(SubfieldDelimiter) == std::u16string::npos) {
-                fields_->Add(tag, u"", u"", text, false, false);
-            } else {
-                ReplaceChar(text, OldDelimiter, SubfieldDelimiter);
-                if (SourceIsUTF8) {
-                    text = charClass_->UCS2String(text);
-                }
-                const std::u16string_view view(text);
-                fields_->Add(tag, view.substr(0, 1), view.substr(1, 1), view.substr(2), false,
-                             false);
-            }
+        // Without early exit so that the scan over the whole text stays cheap.
+        bool hasBackslash = false;
+        hasOldDelimiter = false;
+        for (const char16_t ch : text) {
+            hasBackslash |= ch == u'\\';
+            hasOldDelimiter |= ch == OldDelimiter;
+        }
+        if (hasBackslash) {
+            own();
+            ReplaceChar(owned, u'\\', HeldBackslash);
+        }
+        // A field beyond what the collection can index (too many fields, more subfields than
+        // a field indexes, a code outside the code page after UTF-8 decoding) is a malformed
+        // record, not an error: the field is kept as far as the collection keeps it.
+        try {
+            addEntry(tag);
+        } catch (const Error&) {
         }
     }
 }
@@ -241,52 +296,67 @@ std::u16string MarcObject::Export(int encoding, int normalization) const {
     std::u16string data;
     directory.reserve(static_cast<std::size_t>(fields_->Count()) * EntryLength);
     data.reserve(2048);
+    // Encodings without a conversion append straight into the data area.
+    const bool converting = encoding == 0 || encoding == 1 || (encoding >= 3 && encoding <= 5);
     std::u16string text;
+    std::u16string value;
     for (const auto& field : *fields_) {
         const int tag = NumericTag(*field);
-        text.clear();
+        const std::size_t start = data.size();
+        std::u16string& out = converting ? text : data;
+        if (converting) {
+            text.clear();
+        }
         if (tag > 8) {
-            const std::u16string value = field->Value();
+            value = field->Value();
             if (value.find_first_not_of(u' ') != std::u16string::npos) {
-                text = field->Indicator(1);
-                text += field->Indicator(2);
-                text += value;
+                out += field->Indicator(1);
+                out += field->Indicator(2);
+                out += value;
             }
         } else if (tag > 0) {
-            text = field->Value();
+            out += field->Value();
         }
-        if (!text.empty()) {
-            ReplaceChar(text, HeldBackslash, u'\\');
-            text += FieldTerminator;
+        const std::size_t from = converting ? 0 : start;
+        if (out.size() > from) {
+            // Value shows character 20 as a backslash already; this covers any other reader.
+            std::replace(out.begin() + static_cast<std::ptrdiff_t>(from), out.end(), HeldBackslash,
+                         u'\\');
+            out += FieldTerminator;
         }
-        switch (encoding) {
-            case 0:
-            case 1:
-                text = charClass_->CleanString(text);
-                break;
-            case 3:
-                text = charClass_->UTF8String(text, normalization);
-                break;
-            case 4:
-                text = charClass_->NarrowString(text);
-                break;
-            case 5:
-                text = charClass_->VRLINString(charClass_->CleanString(text));
-                break;
-            default:
-                break;
+        if (converting) {
+            switch (encoding) {
+                case 0:
+                case 1:
+                    text = charClass_->CleanString(text);
+                    break;
+                case 3:
+                    text = charClass_->UTF8String(text, normalization);
+                    break;
+                case 4:
+                    text = charClass_->NarrowString(text);
+                    break;
+                default:
+                    text = charClass_->VRLINString(charClass_->CleanString(text));
+                    break;
+            }
         }
-        if (!text.empty() && tag > 0) {
-            AppendNumber(directory, tag, 3);
-            AppendNumber(directory, static_cast<long long>(text.size()), 4);
-            AppendNumber(directory, static_cast<long long>(data.size()), 5);
-            data += text;
-        } else if (tag == 0 && field->FixedLength() > 0) {
-            leader = field->Value();
-            if (leader.size() >= 10 && encoding == 3) {
-                leader[9] = u'a';
-            } else if (leader.size() >= 10 && encoding == 0) {
-                leader[9] = u' ';
+        const std::size_t length = converting ? text.size() : data.size() - start;
+        if (length > 0 && tag > 0) {
+            AppendEntry(directory, tag, static_cast<long long>(length),
+                        static_cast<long long>(start));
+            if (converting) {
+                data += text;
+            }
+        } else {
+            data.resize(start);
+            if (tag == 0 && field->FixedLength() > 0) {
+                leader = field->Value();
+                if (leader.size() >= 10 && encoding == 3) {
+                    leader[9] = u'a';
+                } else if (leader.size() >= 10 && encoding == 0) {
+                    leader[9] = u' ';
+                }
             }
         }
     }

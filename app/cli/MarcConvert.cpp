@@ -1,4 +1,5 @@
 // tesselex-cli marc convert: every record imported into a record object and exported again.
+#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -33,8 +34,14 @@ class BlockWriter {
         buffer_.reserve(BlockSize + (BlockSize >> 2));
     }
 
-    void Append(std::string_view bytes) {
-        buffer_.append(bytes);
+    // An 8-bit string written as its bytes, converted straight into the block.
+    void Append(std::u16string_view text) {
+        const std::size_t at = buffer_.size();
+        buffer_.resize(at + text.size());
+        char* out = buffer_.data() + at;
+        for (const char16_t ch : text) {
+            *out++ = static_cast<char>(ch < 0x80 ? ch : CharToAnsi(ch));
+        }
         if (buffer_.size() >= BlockSize) {
             Flush();
         }
@@ -66,6 +73,26 @@ class BlockWriter {
     std::string buffer_;
 };
 
+// The code page's characters of all 256 bytes, looked up once instead of per byte.
+class ByteDecoder {
+  public:
+    ByteDecoder() {
+        for (std::size_t byte = 0; byte < table_.size(); ++byte) {
+            table_[byte] = AnsiToChar(static_cast<unsigned char>(byte));
+        }
+    }
+    void Decode(std::string_view bytes, std::u16string& text) const {
+        text.resize(bytes.size());
+        char16_t* out = text.data();
+        for (const char byte : bytes) {
+            *out++ = table_[static_cast<unsigned char>(byte)];
+        }
+    }
+
+  private:
+    std::array<char16_t, 256> table_{};
+};
+
 }  // namespace
 
 int RunConvert(const MarcOptions& options) {
@@ -91,7 +118,7 @@ int RunConvert(const MarcOptions& options) {
     std::string_view bytes;
     std::uint64_t offset = 0;
     std::u16string text;
-    std::string outBytes;
+    const ByteDecoder decoder;
     while (input.reader->Next(bytes, offset)) {
         ++read;
         // A piece too short for a leader (typically a line end after the last record) has no
@@ -100,17 +127,9 @@ int RunConvert(const MarcOptions& options) {
             ++dropped;
             continue;
         }
-        text.resize(bytes.size());
-        for (std::size_t i = 0; i < bytes.size(); ++i) {
-            text[i] = AnsiToChar(static_cast<unsigned char>(bytes[i]));
-        }
+        decoder.Decode(bytes, text);
         record.Import(text);
-        const std::u16string exported = record.Export(options.encoding, options.normalization);
-        outBytes.resize(exported.size());
-        for (std::size_t i = 0; i < exported.size(); ++i) {
-            outBytes[i] = static_cast<char>(CharToAnsi(exported[i]));
-        }
-        writer.Append(outBytes);
+        writer.Append(record.Export(options.encoding, options.normalization));
         ++written;
         progress.Update(input.reader->Position(), read);
     }

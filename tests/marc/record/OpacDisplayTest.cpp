@@ -1,0 +1,274 @@
+// The display forms of a record: full display as rows and as HTML, the brief display, the main
+// entry, the sort key and the publication date, with small configurations written per test
+// and the configuration shipped in data/display.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "IsoBuilder.h"
+#include "config/CodePage.h"
+#include "config/Strings.h"
+#include "config/Utf.h"
+#include "marc/MarcObject.h"
+#include "marc/MarcObjectFields.h"
+#include "marc/RecordReader.h"
+#include "tests/support/TempDir.h"
+#include "tests/support/TestData.h"
+
+namespace tesselex {
+namespace {
+
+using test::SF;
+
+class OpacDisplayTest : public ::testing::Test {
+  protected:
+    // Lines joined with CR LF, as configuration files are written.
+    void Configure(const std::string& text) {
+        std::string crlf;
+        for (const char ch : text) {
+            if (ch == '\n') {
+                crlf += '\r';
+            }
+            crlf += ch;
+        }
+        test::WriteBytes(dir / "display.cfg", crlf);
+        record.OPACConfigFile(FromAscii((dir / "display.cfg").string()));
+    }
+    void Add(int tag, std::u16string_view ind, std::u16string_view value) {
+        record.MarcFields()->Add(tag, ind.substr(0, 1), ind.substr(1, 1), value, false, false);
+    }
+    std::vector<DisplayRow> Rows() {
+        auto table = record.OPACDisplay();
+        return table ? *table : std::vector<DisplayRow>{};
+    }
+
+    test::TempDir dir;
+    MarcObject record;
+};
+
+TEST_F(OpacDisplayTest, NoOrEmptyConfigurationGivesNothing) {
+    Add(245, u"10", SF + u"aTitle");
+    EXPECT_FALSE(record.OPACDisplay().has_value());
+    EXPECT_EQ(record.OPACDisplayHTML(), u"");
+    Configure("");
+    EXPECT_FALSE(record.OPACDisplay().has_value());
+    EXPECT_EQ(record.OPACDisplayHTML(), u"");
+    record.OPACConfigFile(FromAscii((dir / "missing.cfg").string()));
+    EXPECT_FALSE(record.OPACDisplay().has_value());
+}
+
+TEST_F(OpacDisplayTest, SectionNameIsReadAsANumberButKeysUnderThreeDigits) {
+    Add(20, u"  ", SF + u"a91-0-123");
+    Configure("[20]\nCaption=ISBN\nFields=a\n");
+    EXPECT_FALSE(record.OPACDisplay().has_value()) << "keys of section 20 are not found as 020";
+    Configure("[020]\nCaption=ISBN\nFields=a\n");
+    const auto rows = Rows();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0][0], u"ISBN");
+    EXPECT_EQ(rows[0][1], u"91-0-123");
+}
+
+TEST_F(OpacDisplayTest, IndicatorTestsAreNotCombinedTheLastApplicableWins) {
+    Add(246, u"14", SF + u"aHidden");
+    Add(246, u"20", SF + u"aShown");
+    Configure("[246]\nCaption=Other title\nFields=a\nDisplayIf1=1\nDoNotDisplayIf2=4\n");
+    const auto rows = Rows();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0][1], u"Shown");
+    EXPECT_EQ(rows[0][0], u"Other title") << "the first row shown carries the caption";
+}
+
+TEST_F(OpacDisplayTest, ControlFieldsAreNeverExcludedByIndicators) {
+    record.MarcFields()->Add(1, u"", u"", u"ocm42", false, false);
+    Configure("[001]\nCaption=Id\nFields=*\nDisplayIf1=x\nDisplayIf2=y\n");
+    const auto rows = Rows();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0][1], u"ocm42");
+}
+
+TEST_F(OpacDisplayTest, CaptionsByIndicatorsArePreferredInOrder) {
+    Add(246, u"13", SF + u"aA");
+    Configure("[246]\nCaption=Plain\nI?3=Second only\nI1?=First only\nI13=Both\nFields=a\n");
+    EXPECT_EQ(Rows().at(0)[0], u"Both");
+    Configure("[246]\nCaption=Plain\nI?3=Second only\nI1?=First only\nFields=a\n");
+    EXPECT_EQ(Rows().at(0)[0], u"First only");
+    Configure("[246]\nCaption=Plain\nI?3=Second only\nFields=a\n");
+    EXPECT_EQ(Rows().at(0)[0], u"Second only");
+    Configure("[246]\nCaption=Plain\nI?4=Other\nFields=a\n");
+    EXPECT_EQ(Rows().at(0)[0], u"Plain");
+}
+
+TEST_F(OpacDisplayTest, SeparatorsEnclosuresAndClosingBrackets) {
+    Add(20, u"  ", SF + u"a91-1" + SF + u"qhft." + SF + u"cpris" + SF + u"zbad");
+    Configure("[020]\nFields=aqz\naq= (\nEncl z=[]\n");
+    // c is not shown, but it is the previous code for z: the missing "cz" is one blank.
+    EXPECT_EQ(Rows().at(0)[1], u"91-1 (hft.) [bad]");
+    // The separator before c is keyed by q, the subfield in front of it, though q is not shown.
+    Configure("[020]\nFields=acz\nac=XX\nqc= {\ncz=, \nEncl c= <> \n");
+    EXPECT_EQ(Rows().at(0)[1], u"91-1 {<pris>}, bad");
+}
+
+TEST_F(OpacDisplayTest, WholeFieldAndCharacter28) {
+    Add(500, u"  ",
+        SF +
+            u"aNote\x1C"
+            u"text" +
+            SF + u"5SE");
+    Configure("[500]\nCaption=Note\nFields=*\n");
+    EXPECT_EQ(Rows().at(0)[1], u"Notetext SE");
+    Configure("[500]\nCaption=Note\nFields=\n");
+    EXPECT_FALSE(record.OPACDisplay().has_value()) << "empty Fields yields nothing";
+}
+
+TEST_F(OpacDisplayTest, DuplicateLinesOfATagAreShownOnce) {
+    Add(650, u" 0", SF + u"aPerl");
+    Add(650, u" 0", SF + u"aPerl");
+    Add(650, u" 0", SF + u"aPer");  // repeats the beginning of an earlier line: suppressed too
+    Add(650, u" 0", SF + u"aPython");
+    Add(600, u"10", SF + u"aPerl");  // another tag: not a duplicate
+    Configure("[650]\nCaption=Subject\nFields=a\n[600]\nCaption=Person\nFields=a\n");
+    const auto rows = Rows();
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows[0][1], u"Perl");
+    EXPECT_EQ(rows[1][0], u"");
+    EXPECT_EQ(rows[1][1], u"Python");
+    EXPECT_EQ(rows[2][0], u"Person");
+}
+
+TEST_F(OpacDisplayTest, BlankRowsBeforeAndAfterATag) {
+    Add(100, u"1 ", SF + u"aAuthor");
+    Add(245, u"10", SF + u"aTitle");
+    Add(650, u" 0", SF + u"aTopic");
+    Configure(
+        "[245]\nCaption=Title\nFields=a\nBlankBefore=1\nBlankAfter=1\n"
+        "[100]\nCaption=Author\nFields=a\nBlankBefore=1\n[650]\nCaption=S\nFields=a\n");
+    const auto rows = Rows();
+    ASSERT_EQ(rows.size(), 5u);
+    EXPECT_EQ(rows[0][1], u"Title") << "no blank row at the very top";
+    EXPECT_EQ(rows[1][1], u"");
+    EXPECT_EQ(rows[2][1], u"") << "BlankAfter of 245, then BlankBefore of 100";
+    EXPECT_EQ(rows[3][1], u"Author");
+    EXPECT_EQ(rows[4][1], u"Topic");
+}
+
+TEST_F(OpacDisplayTest, HtmlRowsAndTableOpening) {
+    Add(245, u"10", SF + u"aTitle");
+    Add(650, u" 0", SF + u"aOne");
+    Add(650, u" 0", SF + u"aTwo");
+    Configure("[245]\nCaption=Title\nFields=a\nBlankAfter=x\n[650]\nCaption=Subject\nFields=a\n");
+    EXPECT_EQ(record.OPACDisplayHTML(),
+              u"<TABLE Border=0><TR><TD valign=top><b>Title</b></TD><TD>Title</TD></TR>\r\n"
+              u"<tr><td>&nbsp;</td><td>&nbsp;</td></tr>"
+              u"<TR><TD valign=top><b>Subject</b></TD><TD>One</TD></TR>\r\n"
+              u"<TR><TD>&nbsp;</TD><TD>Two</TD></TR>\r\n</TABLE>");
+    Configure("[HTML]\nBibRecordBorder=<table class=rec>\n[245]\nCaption=T\nFields=a\n");
+    EXPECT_EQ(record.OPACDisplayHTML(),
+              u"<table class=rec><TR><TD valign=top><b>T</b></TD><TD>Title</TD></TR>\r\n</TABLE>");
+}
+
+TEST_F(OpacDisplayTest, HtmlLinksFromOtherSubfieldOrOwnText) {
+    Add(700, u"1 ", SF + u"aStr\u00F6m, \u00C5sa" + SF + u"0id 7");
+    Add(856, u"40", SF + u"uhttp://x" + SF + u"zLink text");
+    Configure(
+        "[700]\nCaption=By\nFields=a\nhref a= <a href=\"p?id=!!$0\"> \n"
+        "[856]\nCaption=Url\nFields=uz\nhref z=<a href=\"q?!!SELF!&r=!!SELF!\">\n");
+    const std::u16string html = record.OPACDisplayHTML();
+    EXPECT_NE(html.find(u"<TD><a href=\"p?id=id+7\">Str\u00F6m, \u00C5sa</a></TD>"),
+              std::u16string::npos)
+        << TextToUtf8(html);
+    EXPECT_NE(html.find(u"http://x <a href=\"q?Link+text&r=Link+text\">Link text</a>"),
+              std::u16string::npos)
+        << TextToUtf8(html);
+    // The rows themselves never carry links.
+    EXPECT_EQ(Rows().at(0)[1], u"Str\u00F6m, \u00C5sa");
+
+    // A template naming an empty subfield makes no link at all.
+    Configure("[700]\nCaption=By\nFields=a\nhref a=<a href=\"p?id=!!$9\">\n");
+    EXPECT_NE(record.OPACDisplayHTML().find(u"<TD>Str\u00F6m, \u00C5sa</TD>"),
+              std::u16string::npos);
+}
+
+// --- Sort key, publication date, main entry, brief display ------------------------------
+
+const char* const SortConfig =
+    "[Sort]\nCount=2\nTag 1=100\nSubfields 1=a\nTag 2=245\nSubfields 2=ab\n"
+    "FilingIndicator 2=2\n";
+
+TEST_F(OpacDisplayTest, SortKeyElementsReplaceOrMerge) {
+    Add(100, u"1 ", SF + u"aStrindberg, August,");
+    Add(245, u"10", SF + u"aR\u00F6da rummet :" + SF + u"bskildringar");
+    EXPECT_EQ(record.SortString(), u"") << "no configuration, no key";
+    Configure(SortConfig);
+    // Only the first chosen subfield is upper-cased; punctuation goes, blanks stay.
+    EXPECT_EQ(record.SortString(), u"R\u00D6DA RUMMET skildringar");
+    Configure(std::string(SortConfig) + "Merge 2=Yes\n");
+    EXPECT_EQ(record.SortString(), u"STRINDBERG AUGUSTR\u00D6DA RUMMET skildringar");
+}
+
+TEST_F(OpacDisplayTest, SortKeyDropsNonFilingCharactersAndSkipsMissingTags) {
+    Add(245, u"14", SF + u"aThe title");
+    Configure(SortConfig);
+    EXPECT_EQ(record.SortString(), u"TITLE");
+    Configure("[Sort]\nCount=1\nTag 1=130\nSubfields 1=a\n");
+    EXPECT_EQ(record.SortString(), u"");
+}
+
+TEST_F(OpacDisplayTest, StripCharsKeepsCodePageLettersDigitsAndTheGivenCharacters) {
+    EXPECT_EQ(StripChars(u"A, b. c: d/ 1-2 \u00E9\u00C5 \u00D7\u00F7 \u0416", u" "),
+              u"A b c d 12 \u00E9\u00C5  ");
+    EXPECT_EQ(StripChars(u"a-b_c", u"-"), u"a-bc");
+    EXPECT_EQ(StripChars(u"", u" "), u"");
+}
+
+TEST_F(OpacDisplayTest, PubDateNeedsAnOver16CharacterFixedField) {
+    EXPECT_EQ(record.PubDate(), u"");
+    record.MarcFields()->Add(8, u"", u"", u"000107s2000    nyu", true, false);
+    EXPECT_EQ(record.PubDate(), u"2000    ");
+    record.Import(test::Iso({{u"008", u"000107s19992000"}}));
+    EXPECT_EQ(record.PubDate(), u"") << "15 characters";
+    record.Import(test::Iso({{u"008", u"000107q19992000x"}}));
+    EXPECT_EQ(record.PubDate(), u"") << "16 characters";
+}
+
+TEST_F(OpacDisplayTest, MainEntryAndBriefDisplay) {
+    EXPECT_EQ(record.MainEntry(), u"");
+    Add(245, u"10", SF + u"aRed room :" + SF + u"bscenes /" + SF + u"cby A.S.");
+    EXPECT_EQ(record.MainEntry(), u"Red room : scenes / by A.S.") << "245 without a 1XX";
+    Add(100, u"1 ", SF + u"aStrindberg, August," + SF + u"d1849-1912.");
+    EXPECT_EQ(record.MainEntry(), u"Strindberg, August, 1849-1912.");
+    EXPECT_EQ(record.ShortDisplay(), u"Strindberg, August, 1849-1912. Red room : scenes /");
+
+    test::WriteBytes(dir / "brief.cfg", "[245]\r\nFields=a\r\n[100]\r\nFields=a\r\n");
+    record.OPACConfigFileBrief(FromAscii((dir / "brief.cfg").string()));
+    EXPECT_EQ(record.ShortDisplay(), u"Red room :. Strindberg, August,");
+}
+
+TEST_F(OpacDisplayTest, ShippedConfigurationOnRealRecords) {
+    TESSELEX_REQUIRE_SHARED_TESTDATA();
+    record.OPACConfigFile(FromAscii(TESSELEX_DISPLAY_DATA "/Display.cfg"));
+    record.OPACConfigFileBrief(FromAscii(TESSELEX_DISPLAY_DATA "/DisplayBrief.cfg"));
+    RecordReader reader(test::SharedTestData() / "marc" / "pymarc_test.dat");
+    std::string_view bytes;
+    std::uint64_t offset = 0;
+    int records = 0;
+    while (reader.Next(bytes, offset)) {
+        record.Import(AnsiToText(bytes));
+        ++records;
+        const auto table = record.OPACDisplay();
+        ASSERT_TRUE(table.has_value());
+        bool hasTitle = false;
+        for (const auto& row : *table) {
+            hasTitle = hasTitle || row[0] == u"Titel";
+        }
+        EXPECT_TRUE(hasTitle) << "record " << records;
+        const std::u16string title =
+            record.MarcFields()->Field(245)->Subfields()->Field(u'a')->Value();
+        EXPECT_NE(record.ShortDisplay().find(title), std::u16string::npos);
+        EXPECT_FALSE(record.SortString().empty());
+        EXPECT_EQ(record.OPACDisplayHTML().rfind(u"<TABLE Border=0 cellpadding=2>", 0), 0u);
+    }
+    EXPECT_EQ(records, 10);
+}
+
+}  // namespace
+}  // namespace tesselex

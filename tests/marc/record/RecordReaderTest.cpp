@@ -1,0 +1,96 @@
+// The streaming record reader and the record length check.
+#include "marc/RecordReader.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/TempDir.h"
+#include "tests/support/TestData.h"
+
+namespace tesselex {
+namespace {
+
+struct Piece {
+    std::string bytes;
+    std::uint64_t offset;
+};
+
+std::vector<Piece> ReadAll(RecordReader& reader) {
+    std::vector<Piece> pieces;
+    std::string_view record;
+    std::uint64_t offset = 0;
+    while (reader.Next(record, offset)) {
+        pieces.push_back({std::string(record), offset});
+    }
+    return pieces;
+}
+
+std::vector<Piece> ReadString(const std::string& input, std::size_t block, std::size_t max) {
+    std::istringstream in(input);
+    RecordReader reader(in, block, max);
+    return ReadAll(reader);
+}
+
+const std::string Input =
+    "00010abcd\x1D"
+    "00012abcdef\x1D"
+    "\x1D"
+    "tail";
+
+TEST(RecordReaderTest, SplitsAtTheTerminatorWhateverTheBlockSize) {
+    for (const std::size_t block :
+         {std::size_t{1}, std::size_t{3}, std::size_t{7}, std::size_t{1} << 20}) {
+        const auto pieces = ReadString(Input, block, 1000);
+        ASSERT_EQ(pieces.size(), 4u) << "block " << block;
+        EXPECT_EQ(pieces[0].bytes, "00010abcd\x1D");
+        EXPECT_EQ(pieces[0].offset, 0u);
+        EXPECT_EQ(pieces[1].bytes, "00012abcdef\x1D");
+        EXPECT_EQ(pieces[1].offset, 10u);
+        EXPECT_EQ(pieces[2].bytes, "\x1D") << "an empty record is still a record";
+        EXPECT_EQ(pieces[2].offset, 22u);
+        EXPECT_EQ(pieces[3].bytes, "tail") << "the last record may lack its terminator";
+        EXPECT_EQ(pieces[3].offset, 23u);
+    }
+}
+
+TEST(RecordReaderTest, EmptyInputGivesNothing) {
+    EXPECT_TRUE(ReadString("", 16, 16).empty());
+}
+
+TEST(RecordReaderTest, RunWithoutTerminatorIsHandedOutInBoundedPieces) {
+    const std::string input(100, 'x');
+    const auto pieces = ReadString(input + "\x1D", 8, 30);
+    ASSERT_EQ(pieces.size(), 4u);
+    EXPECT_EQ(pieces[0].bytes.size(), 30u);
+    EXPECT_EQ(pieces[2].offset, 60u);
+    EXPECT_EQ(pieces[3].bytes, std::string(10, 'x') + "\x1D");
+}
+
+TEST(RecordReaderTest, ReadsFilesAndReportsMissingOnes) {
+    test::TempDir dir;
+    test::WriteBytes(dir / "two.mrc", Input);
+    RecordReader reader(dir / "two.mrc", 5);
+    ASSERT_TRUE(reader.IsOpen());
+    EXPECT_EQ(ReadAll(reader).size(), 4u);
+    EXPECT_EQ(reader.Position(), Input.size());
+    EXPECT_FALSE(reader.Failed());
+
+    EXPECT_FALSE(RecordReader(dir / "missing.mrc").IsOpen());
+    EXPECT_FALSE(RecordReader(dir.Path()).IsOpen()) << "a folder is not a record file";
+}
+
+TEST(RecordReaderTest, LengthCheckComparesTheStatedWithTheRealLength) {
+    EXPECT_TRUE(RecordLengthMatches("00010abcd\x1D"));
+    EXPECT_FALSE(RecordLengthMatches("00011abcd\x1D"));
+    // The terminator of an unterminated last record is counted as if it were there.
+    EXPECT_TRUE(RecordLengthMatches("00010abcd"));
+    EXPECT_FALSE(RecordLengthMatches("\n"));
+    EXPECT_FALSE(RecordLengthMatches("abcde12345\x1D"));
+    EXPECT_TRUE(RecordLengthMatches("   11abcde\x1D")) << "blanks around the number are read";
+}
+
+}  // namespace
+}  // namespace tesselex
