@@ -9,6 +9,7 @@
 #include "config/Strings.h"
 #include "config/Utf.h"
 #include "marc/MarcObjectFields.h"
+#include "marc/TextScan.h"
 
 namespace tesselex {
 
@@ -255,26 +256,34 @@ void MarcObject::Import(std::u16string_view record) {
     };
     for (std::size_t i = 0; i < entries; ++i) {
         const int tag = static_cast<int>(NumberAt(directory.substr(i * EntryLength, 3)));
-        if (dataLeft) {
-            const std::size_t end = data.find(FieldTerminator, cursor);
-            if (end == std::u16string_view::npos) {
-                dataLeft = false;
-            } else {
-                text = data.substr(cursor, end - cursor);
-                cursor = end + 1;
-            }
-        }
-        if (mapping) {
-            own();
-            charClass_->Map(owned);
-            text = owned;
-        }
-        // Without early exit so that the scan over the whole text stays cheap.
+        // Finding the end of the piece and noting the characters the rules below change is
+        // one pass over the text.
         bool hasBackslash = false;
         hasOldDelimiter = false;
-        for (const char16_t ch : text) {
-            hasBackslash |= ch == u'\\';
-            hasOldDelimiter |= ch == OldDelimiter;
+        if (dataLeft) {
+            const char16_t* const first = data.data() + cursor;
+            const char16_t* const last = data.data() + data.size();
+            bool special = false;
+            const char16_t* const p =
+                textscan::FindNoting(first, last, FieldTerminator, u'\\', OldDelimiter, special);
+            if (p == last) {
+                dataLeft = false;
+            } else {
+                text = std::u16string_view(first, static_cast<std::size_t>(p - first));
+                cursor += text.size() + 1;
+                hasBackslash = special && textscan::Contains(text, u'\\');
+                hasOldDelimiter = special && textscan::Contains(text, OldDelimiter);
+            }
+        }
+        if (mapping || !dataLeft) {
+            // A mapped or repeated text is looked at again as it now stands.
+            if (mapping) {
+                own();
+                charClass_->Map(owned);
+                text = owned;
+            }
+            hasBackslash = text.find(u'\\') != std::u16string_view::npos;
+            hasOldDelimiter = text.find(OldDelimiter) != std::u16string_view::npos;
         }
         if (hasBackslash) {
             own();
@@ -319,9 +328,12 @@ std::u16string MarcObject::Export(int encoding, int normalization) const {
         }
         const std::size_t from = converting ? 0 : start;
         if (out.size() > from) {
-            // Value shows character 20 as a backslash already; this covers any other reader.
-            std::replace(out.begin() + static_cast<std::ptrdiff_t>(from), out.end(), HeldBackslash,
-                         u'\\');
+            // Value shows character 20 as a backslash in subfield values, but not where it
+            // stands as an indicator or a subfield code.
+            if (textscan::Contains(std::u16string_view(out).substr(from), HeldBackslash)) {
+                std::replace(out.begin() + static_cast<std::ptrdiff_t>(from), out.end(),
+                             HeldBackslash, u'\\');
+            }
             out += FieldTerminator;
         }
         if (converting) {

@@ -190,6 +190,13 @@ TEST_F(MarcObjectTest, BackslashIsHeldAsCharacter20AndRestoredOnExport) {
     EXPECT_EQ(record.Export(2, 0), iso);
 }
 
+TEST_F(MarcObjectTest, BackslashAsIndicatorOrSubfieldCodeComesBackToo) {
+    const std::u16string iso = Iso({{u"020", u"\\\\" + SF + u"\\2011035923" + SF + u"aX"}});
+    record.Import(iso);
+    EXPECT_EQ(F(20)->Indicator(1), u"\x14");
+    EXPECT_EQ(record.Export(2, 0), iso);
+}
+
 TEST_F(MarcObjectTest, Character19IsReadAsSubfieldDelimiter) {
     record.Import(Iso({{u"245", u"00" + SF +
                                     u"aOne\x13"
