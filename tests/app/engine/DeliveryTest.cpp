@@ -97,19 +97,6 @@ TEST_F(DeliveryFtpTest, UploadsTheDestinationUnderTheRemoteName) {
     EXPECT_FALSE(lines_[1].IsError);
 }
 
-TEST_F(DeliveryFtpTest, ARefusedLoginIsAnErrorAndTheFileStays) {
-    log_.SetLogErrors(true);
-    ASSERT_TRUE(delivery_.SaveExport(u"rec", Destination("out.mrc"), false, u"42"));
-    FtpSettings ftp{ftp_.ServerText(), ftp_.UserText(), u"wrong", u"", u"x.mrc"};
-    delivery_.SendExport(Destination("out.mrc"), ftp, u"42");
-    ASSERT_EQ(lines_.size(), 2U);
-    EXPECT_EQ(lines_[1].Message, u"Kunde inte ansluta med FTP till " + ftp_.ServerText());
-    EXPECT_TRUE(lines_[1].IsError);
-    EXPECT_EQ(test::ReadBytes(dir_ / "out.mrc"), "rec");
-    EXPECT_NE(test::ReadBytes(log_.ErrorLogPath(at_)).find("Kunde inte ansluta med FTP till"),
-              std::string::npos);
-}
-
 TEST_F(DeliveryFtpTest, AFailedUploadNamesTheBibId) {
     ASSERT_TRUE(delivery_.SaveExport(u"rec", Destination("out.mrc"), false, u"42"));
     FtpSettings ftp{ftp_.ServerText(), ftp_.UserText(), ftp_.PasswordText(), u"/missing/dir",

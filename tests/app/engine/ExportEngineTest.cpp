@@ -86,13 +86,6 @@ TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndNothingIsFetche
     EXPECT_FALSE(WasDelivered());
 }
 
-TEST_F(ExportEngineTest, NoWorkfileMeansNoWork) {
-    ExportEngine& engine = StartUp();
-    engine.Timer1_Timer();
-    EXPECT_TRUE(server_.Requests().size() == 1U);  // the start-up's request table only
-    EXPECT_TRUE(lines_.empty());
-}
-
 TEST_F(ExportEngineTest, AnUnreachableServerDeliversNothingAndKeepsTheBibIdForARetry) {
     ExportEngine& engine = StartUp();
     server_.Stop();
@@ -287,6 +280,40 @@ TEST_F(ExportEngineTest, SaveConfigAnsweredNoChangesNothing) {
     EXPECT_TRUE(messages_.empty());
 }
 
+TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
+    const std::string utf8Record = test::BuildRecord({{"001", "1001"},
+                                                      {"245",
+                                                       "10\x1F"
+                                                       "a\xC3\x85ret runt"}},
+                                                     'a');
+    server_.SetReply("1001", utf8Record);
+    ExportEngine& engine = StartUp();
+    engine.Form().txtBibId.Text = u"1001";
+    for (const int charset : {0, 2}) {
+        engine.Form().cmbChars.ListIndex = charset;
+        engine.Command1_Click();
+        ASSERT_EQ(engine.DisplayRows().size(), 3U);
+        const DisplayField& title = engine.DisplayRows()[2];
+        EXPECT_EQ(title.Tag, u"245");
+        EXPECT_EQ(title.Indicator1, u"1");
+        EXPECT_EQ(title.Indicator2, u"0");
+        EXPECT_NE(title.Value.find(charset == 0 ? u"\u00C3\u2026ret" : u"Året"),
+                  std::u16string::npos);
+    }
+    // The bytes are delivered as sent, whatever the display made of them.
+    EXPECT_EQ(Delivered(), utf8Record + utf8Record);
+}
+
+TEST_F(ExportEngineTest, ANewServerAddressIsWrittenAndUsedAtOnce) {
+    std::filesystem::remove(home_ / "export.url");
+    ExportEngine& engine = StartUp();
+    EXPECT_TRUE(engine.UrlConfig().Item(u"baseURL")->Value.empty());
+    engine.ServerAddressChosen(Utf8ToText(server_.Address("/config")));
+    EXPECT_EQ(engine.UrlConfig().Item(u"baseURL")->Value, Utf8ToText(server_.Address("/export?")));
+    EXPECT_EQ(ReadBytes(home_ / "export.url"),
+              "[InternetShortcut]\r\nURL=" + server_.Address("/config") + "\r\n");
+}
+
 class ExportEngineFtpTest : public ExportEngineTest {
   protected:
     void SetUp() override {
@@ -320,6 +347,7 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAlone) {
 
 TEST_F(ExportEngineFtpTest, ARefusedLoginLeavesTheDeliveredFile) {
     settings_->StoreSetting(SettingKey::FTPPassword, u"wrong");
+    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
     ExportEngine& engine = StartUp();
     engine.Form().txtBibId.Text = u"12515882";
     engine.Command1_Click();
@@ -327,6 +355,8 @@ TEST_F(ExportEngineFtpTest, ARefusedLoginLeavesTheDeliveredFile) {
     ASSERT_EQ(lines_.size(), 2U);
     EXPECT_EQ(lines_[1].Message, u"Kunde inte ansluta med FTP till " + ftp_.ServerText());
     EXPECT_TRUE(lines_[1].IsError);
+    EXPECT_NE(ErrorLog().find(": Kunde inte ansluta med FTP till "), std::string::npos);
+    EXPECT_TRUE(std::filesystem::is_empty(ftp_.Root()));
 }
 
 TEST_F(ExportEngineFtpTest, AnUnwritableDestinationStopsBeforeFtp) {
