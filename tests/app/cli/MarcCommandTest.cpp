@@ -74,6 +74,12 @@ TEST_F(MarcCommandTest, DumpWithDisplayConfiguration) {
     EXPECT_NE(run.out.find("Titel\tActivePerl with ASP and ADO / Tobias Martinsson.\n"),
               std::string::npos)
         << run.out.substr(0, 400);
+    std::size_t titles = 0;
+    for (std::size_t at = run.out.find("\nTitel\t"); at != std::string::npos;
+         at = run.out.find("\nTitel\t", at + 1)) {
+        ++titles;
+    }
+    EXPECT_EQ(titles, 10u) << "every record of the sample has a title row";
     run = Cli("marc dump '" + Sample + "' --display '" + config + "' --html");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out.rfind("<TABLE Border=0 cellpadding=2>", 0), 0u);

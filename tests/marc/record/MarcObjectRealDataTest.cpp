@@ -34,6 +34,7 @@
 #include <vector>
 
 #include "config/CodePage.h"
+#include "config/Utf.h"
 #include "marc/MarcObject.h"
 #include "marc/RecordReader.h"
 #include "tests/support/TestData.h"
@@ -48,41 +49,9 @@ bool AllDigits(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// Well-formed UTF-8 as a strict decoder takes it: no overlong forms, no surrogates, nothing
-// past U+10FFFF.
+// Well-formed UTF-8, judged by the program's own strict decoder for terminals and paths.
 bool ValidUtf8(std::string_view bytes) {
-    for (std::size_t i = 0; i < bytes.size();) {
-        const auto lead = static_cast<unsigned char>(bytes[i]);
-        std::size_t extra = 0;
-        unsigned char low = 0x80;
-        unsigned char high = 0xBF;
-        if (lead < 0x80) {
-            extra = 0;
-        } else if (lead >= 0xC2 && lead <= 0xDF) {
-            extra = 1;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            extra = 2;
-            low = lead == 0xE0 ? 0xA0 : 0x80;
-            high = lead == 0xED ? 0x9F : 0xBF;
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            extra = 3;
-            low = lead == 0xF0 ? 0x90 : 0x80;
-            high = lead == 0xF4 ? 0x8F : 0xBF;
-        } else {
-            return false;
-        }
-        for (std::size_t k = 1; k <= extra; ++k) {
-            if (i + k >= bytes.size()) {
-                return false;
-            }
-            const auto next = static_cast<unsigned char>(bytes[i + k]);
-            if (next < (k == 1 ? low : 0x80) || next > (k == 1 ? high : 0xBF)) {
-                return false;
-            }
-        }
-        i += extra + 1;
-    }
-    return true;
+    return Utf8ToText(bytes).find(u'\uFFFD') == std::u16string::npos;
 }
 
 bool HasHighByte(std::string_view bytes) {

@@ -6,12 +6,10 @@
 #include <string>
 
 #include "IsoBuilder.h"
-#include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 #include "marc/MarcObject.h"
 #include "marc/MarcObjectFields.h"
-#include "marc/RecordReader.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
 
@@ -241,33 +239,6 @@ TEST_F(OpacDisplayTest, MainEntryAndBriefDisplay) {
     test::WriteBytes(dir / "brief.cfg", "[245]\r\nFields=a\r\n[100]\r\nFields=a\r\n");
     record.OPACConfigFileBrief(FromAscii((dir / "brief.cfg").string()));
     EXPECT_EQ(record.ShortDisplay(), u"Red room :. Strindberg, August,");
-}
-
-TEST_F(OpacDisplayTest, ShippedConfigurationOnRealRecords) {
-    TESSELEX_REQUIRE_SHARED_TESTDATA();
-    record.OPACConfigFile(FromAscii(TESSELEX_DISPLAY_DATA "/Display.cfg"));
-    record.OPACConfigFileBrief(FromAscii(TESSELEX_DISPLAY_DATA "/DisplayBrief.cfg"));
-    RecordReader reader(test::SharedTestData() / "marc" / "pymarc_test.dat");
-    std::string_view bytes;
-    std::uint64_t offset = 0;
-    int records = 0;
-    while (reader.Next(bytes, offset)) {
-        record.Import(AnsiToText(bytes));
-        ++records;
-        const auto table = record.OPACDisplay();
-        ASSERT_TRUE(table.has_value());
-        bool hasTitle = false;
-        for (const auto& row : *table) {
-            hasTitle = hasTitle || row[0] == u"Titel";
-        }
-        EXPECT_TRUE(hasTitle) << "record " << records;
-        const std::u16string title =
-            record.MarcFields()->Field(245)->Subfields()->Field(u'a')->Value();
-        EXPECT_NE(record.ShortDisplay().find(title), std::u16string::npos);
-        EXPECT_FALSE(record.SortString().empty());
-        EXPECT_EQ(record.OPACDisplayHTML().rfind(u"<TABLE Border=0 cellpadding=2>", 0), 0u);
-    }
-    EXPECT_EQ(records, 10);
 }
 
 }  // namespace
