@@ -53,9 +53,9 @@ class MarcObject {
     std::u16string CharacterSet() const;
     void SetCharacterSet(std::u16string_view value);
 
-    // The name last given; setting it always starts a fresh converter (an earlier map is gone
-    // even when the new name is empty). A name without a path separator is taken from the
-    // program folder.
+    // The last non-empty name given. Setting always starts a fresh converter, so an earlier map
+    // is gone even when the new name is empty (the stored name then stays). A name without a
+    // path separator is taken from the program folder.
     std::u16string CharacterMap() const { return characterMap_; }
     void SetCharacterMap(std::u16string_view charmap);
     // Kept as an empty member for callers that still use it.
@@ -84,16 +84,19 @@ class MarcObject {
     std::u16string OPACConfigFileBriefPath() const { return briefConfigPath_; }
 
     // The full display: one row per shown line, or nothing when there is no configuration or
-    // no row.
+    // no row. A tag's first row carries its caption (a blank spacer row for BlankBefore comes
+    // before every tag that has it except at the very top).
     std::optional<DisplayTable> OPACDisplay() const;
     // The same display as an HTML table ("" when there is no configuration).
     std::u16string OPACDisplayHTML() const;
-    // One line: the brief configuration's rows joined with ". "; without a brief configuration
-    // the main entry and the title (245 $a $b) joined with ". ".
+    // One line per record for lists: the texts of the brief configuration's rows (same rules as
+    // the full display) joined with ". " (only a blank after a text that ends in ".", "?" or
+    // "!"); without a brief configuration the main entry and the title (245 $a $b) so joined.
     std::u16string ShortDisplay() const;
     // The sort key from the "Sort" section of the display configuration.
     std::u16string SortString() const;
-    // The main-entry field's subfield texts joined with blanks ("" when there is none).
+    // The main-entry field (the collection's MainEntryTag: the last 1XX, else 245) with its
+    // subfield texts joined by blanks; "" when there is none.
     std::u16string MainEntry() const;
 
   private:
