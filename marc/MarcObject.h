@@ -95,8 +95,8 @@ class MarcObject {
     std::u16string ShortDisplay() const;
     // The sort key from the "Sort" section of the display configuration.
     std::u16string SortString() const;
-    // The main-entry field (the collection's MainEntryTag: the last 1XX, else 245) with its
-    // subfield texts joined by blanks; "" when there is none.
+    // The main-entry field (the collection's MainEntryTag: the last 1XX, else the first 223 or 245)
+    // with its subfield texts joined by blanks; "" when there is none.
     std::u16string MainEntry() const;
 
   private:
