@@ -85,6 +85,8 @@ class ExportEngine {
     void cmb003_Click();
     void TxtDest_Change();
     void TxtSigler_Change();
+    // The fetch button is usable only while there is a bib id to fetch.
+    void txtBibId_Change();
     // What the subjects dialog handed back; an empty text changes nothing.
     void SubjectsChosen(std::u16string_view text);
     void ArkivLoggaAllt_Click();

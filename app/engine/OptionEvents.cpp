@@ -76,6 +76,10 @@ void ExportEngine::TxtSigler_Change() {
     settings_.StoreSetting(u"libraries", form_.TxtSigler.Text);
 }
 
+void ExportEngine::txtBibId_Change() {
+    form_.Command1.Enabled = !form_.txtBibId.Text.empty();
+}
+
 void ExportEngine::SubjectsChosen(std::u16string_view text) {
     if (text.empty()) {
         return;

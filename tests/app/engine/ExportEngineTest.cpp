@@ -242,6 +242,12 @@ TEST_F(ExportEngineTest, OptionEventsStoreTheirSettings) {
     engine.SubjectsChosen(u"");
     engine.SubjectsChosen(u"Tes:sao");
     engine.ArkivLoggaFel_Click();
+    engine.Form().txtBibId.Text = u"";
+    engine.txtBibId_Change();
+    EXPECT_FALSE(engine.Form().Command1.Enabled);
+    engine.Form().txtBibId.Text = u"5";
+    engine.txtBibId_Change();
+    EXPECT_TRUE(engine.Form().Command1.Enabled);
     EXPECT_EQ(settings_->Setting(SettingKey::Change035), u"Yes");
     EXPECT_EQ(settings_->Setting(SettingKey::Holdtype), u"none");
     EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes");
