@@ -27,6 +27,7 @@ Delivery::Delivery(Logger& log, Clock clock, LoginName loginName)
 
 bool Delivery::SaveExport(std::u16string_view records, std::u16string_view destination, bool clear,
                           std::u16string_view bibId) {
+    lastSaved_.clear();
     const std::u16string path = ExpandFileName(destination, clock_(), loginName_());
     if (path.empty()) {
         return false;
@@ -48,6 +49,7 @@ bool Delivery::SaveExport(std::u16string_view records, std::u16string_view desti
     if (!out) {
         return false;
     }
+    lastSaved_ = path;
     log_.Report(u"Post #" + std::u16string(bibId) + u" sparad till " + path + u".", false);
     return true;
 }
@@ -55,7 +57,8 @@ bool Delivery::SaveExport(std::u16string_view records, std::u16string_view desti
 void Delivery::SendExport(std::u16string_view destination, const FtpSettings& ftp,
                           std::u16string_view bibId) {
     const std::u16string login = loginName_();
-    const std::u16string local = ExpandFileName(destination, clock_(), login);
+    const std::u16string local =
+        lastSaved_.empty() ? ExpandFileName(destination, clock_(), login) : lastSaved_;
     const std::u16string remote = RemoteName(ftp, clock_(), login);
     FtpHandle handle = FtpConnect(ftp.Server, ftp.User, ftp.Password);
     if (!handle) {

@@ -35,7 +35,9 @@ class Delivery {
     // be written.
     bool SaveExport(std::u16string_view records, std::u16string_view destination, bool clear,
                     std::u16string_view bibId);
-    // Uploads the expanded destination under the remote name; failures are reported as errors.
+    // Uploads the file the last SaveExport wrote (else the expanded destination) under the
+    // remote name; failures are reported as errors. Reusing the saved path keeps a date pattern
+    // that ticks over between saving and sending from naming a file that was never written.
     void SendExport(std::u16string_view destination, const FtpSettings& ftp,
                     std::u16string_view bibId);
 
@@ -43,6 +45,7 @@ class Delivery {
     Logger& log_;
     Clock clock_;
     LoginName loginName_;
+    std::u16string lastSaved_;
 };
 
 }  // namespace tesselex

@@ -97,6 +97,14 @@ TEST_F(DeliveryFtpTest, UploadsTheDestinationUnderTheRemoteName) {
     EXPECT_FALSE(lines_[1].IsError);
 }
 
+TEST_F(DeliveryFtpTest, TheUploadSendsTheFileJustSavedEvenWhenTheClockMovesOn) {
+    ASSERT_TRUE(delivery_.SaveExport(u"rec", Destination("out_%HHMMSS%.mrc"), true, u"7"));
+    at_.Second = 10;
+    FtpSettings ftp{ftp_.ServerText(), ftp_.UserText(), ftp_.PasswordText(), u"", u"up.mrc"};
+    delivery_.SendExport(Destination("out_%HHMMSS%.mrc"), ftp, u"7");
+    EXPECT_EQ(test::ReadBytes(ftp_.Root() / "up.mrc"), "rec");
+}
+
 TEST_F(DeliveryFtpTest, AFailedUploadNamesTheBibId) {
     ASSERT_TRUE(delivery_.SaveExport(u"rec", Destination("out.mrc"), false, u"42"));
     FtpSettings ftp{ftp_.ServerText(), ftp_.UserText(), ftp_.PasswordText(), u"/missing/dir",
