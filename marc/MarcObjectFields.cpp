@@ -320,16 +320,24 @@ void MarcObjectFields::ResetIndex() {
 }
 
 void MarcObjectFields::IndexAppended() {
-    if (stale_ || indexed_ != indexable_) {
-        Rebuild();  // the index is behind the fields: rebuild, failing where that fails
+    if (stale_) {
+        Rebuild();  // a held field changed its tag: rebuild, failing where that fails
         return;
     }
-    const int pos = Count();
     const int tag = items_.back()->tagNumber_;
     if (!Indexable(tag)) {
         return;
     }
     ++indexable_;
+    // Past the limit the indexed fields are as they were: a rebuild would only fail again, at
+    // a cost that grows with every further field.
+    IndexOne(Count(), tag);
+    if (tag == occurrencesTag_) {
+        occurrences_.push_back(Count());
+    }
+}
+
+void MarcObjectFields::IndexOne(int pos, int tag) {
     if (indexed_ >= MaxIndexed) {
         throw Error(ErrorNumber::SubscriptOutOfRange);
     }
@@ -341,36 +349,18 @@ void MarcObjectFields::IndexAppended() {
     }
     last_[t] = pos;
     ++indexed_;
-    if (tag == occurrencesTag_) {
-        occurrences_.push_back(pos);
-    }
 }
 
 void MarcObjectFields::Rebuild() {
     ResetIndex();
-    for (std::size_t i = 0; i < items_.size(); ++i) {
-        if (Indexable(items_[i]->tagNumber_)) {
-            ++indexable_;
-        }
-    }
+    indexable_ = static_cast<int>(std::count_if(
+        items_.begin(), items_.end(), [](const Item& f) { return Indexable(f->tagNumber_); }));
     int pos = 0;
     for (const Item& field : items_) {
         ++pos;
-        const int tag = field->tagNumber_;
-        if (!Indexable(tag)) {
-            continue;
+        if (Indexable(field->tagNumber_)) {
+            IndexOne(pos, field->tagNumber_);
         }
-        if (indexed_ >= MaxIndexed) {
-            throw Error(ErrorNumber::SubscriptOutOfRange);
-        }
-        const std::size_t t = Slot(tag);
-        if (++count_[t] == 1) {
-            first_[t] = pos;
-        } else {
-            next_[static_cast<std::size_t>(last_[t])] = pos;
-        }
-        last_[t] = pos;
-        ++indexed_;
     }
 }
 

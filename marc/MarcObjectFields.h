@@ -100,6 +100,7 @@ class MarcObjectFields {
   private:
     void AddLeader();
     void IndexAppended();
+    void IndexOne(int pos, int tag);
     void Rebuild();
     void ResetIndex();
     void RemoveAt(std::size_t index);

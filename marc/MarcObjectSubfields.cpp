@@ -229,13 +229,17 @@ void MarcObjectSubfields::IndexAppended() {
         Rebuild();  // an earlier subfield is unindexed: fail where a full rebuild fails
         return;
     }
-    const std::size_t c = CodeIndex(items_.back()->Fieldname);
-    const int pos = Count();
+    next_.resize(std::min(items_.size(), static_cast<std::size_t>(MaxIndexed)) + 1, 0);
+    IndexOne(*items_.back());
+}
+
+void MarcObjectSubfields::IndexOne(const MarcObjectSubfield& item) {
+    const std::size_t c = CodeIndex(item.Fieldname);
+    const int pos = indexed_ + 1;
     if (pos > MaxIndexed) {
         throw Error(ErrorNumber::SubscriptOutOfRange);
     }
     const auto p = static_cast<std::uint8_t>(pos);
-    next_.resize(static_cast<std::size_t>(pos) + 1, 0);
     next_[p] = 0;
     if (++count_[c] == 1) {
         first_[c] = p;
@@ -253,19 +257,7 @@ void MarcObjectSubfields::Rebuild() {
     next_.assign(std::min(items_.size(), static_cast<std::size_t>(MaxIndexed)) + 1, 0);
     indexed_ = 0;
     for (const Item& it : items_) {
-        const std::size_t c = CodeIndex(it->Fieldname);
-        const int pos = indexed_ + 1;
-        if (pos > MaxIndexed) {
-            throw Error(ErrorNumber::SubscriptOutOfRange);
-        }
-        const auto p = static_cast<std::uint8_t>(pos);
-        if (++count_[c] == 1) {
-            first_[c] = p;
-        } else {
-            next_[last_[c]] = p;
-        }
-        last_[c] = p;
-        indexed_ = pos;
+        IndexOne(*it);
     }
 }
 

@@ -84,6 +84,7 @@ class MarcObjectSubfields {
   private:
     int PositionOf(char16_t code, int occ) const;
     void IndexAppended();
+    void IndexOne(const MarcObjectSubfield& item);
     void Rebuild();
     void Insert(std::size_t at, Item item);
 

@@ -1,0 +1,28 @@
+#pragma once
+// Shorthand for the field tests: "$" writes the delimiter 31 and "^" the backslash stand-in 20,
+// and a check that a statement raises the subscript-out-of-range error.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "config/Error.h"
+
+namespace tesselex::test {
+
+inline std::u16string Text(std::u16string text) {
+    std::replace(text.begin(), text.end(), u'$', char16_t{31});
+    std::replace(text.begin(), text.end(), u'^', char16_t{20});
+    return text;
+}
+
+}  // namespace tesselex::test
+
+#define EXPECT_SUBSCRIPT_ERROR(statement)                                                  \
+    try {                                                                                  \
+        statement;                                                                         \
+        ADD_FAILURE() << "no error from " #statement;                                      \
+    } catch (const ::tesselex::Error& e) {                                                 \
+        EXPECT_EQ(e.Number(), ::tesselex::ErrorNumber::SubscriptOutOfRange) << #statement; \
+    }
