@@ -3,9 +3,8 @@
 // - a line whose blank-trimmed form is "[...]" starts a section; a line whose first "=" stands
 //   after its first character is an item (key name before it, value behind it, both untouched);
 //   a line can be both, and every other line is ignored;
-// - LoadFromString first makes line ends uniform: a text without any CR LF has its CRs, and
-//   then (still without CR LF) its LFs, made CR LF; a text holding one CR LF stays as it is.
-//   It then reads the text as Load reads a Windows-1252 file holding it.
+// - LoadFromString first makes line ends uniform (NormaliseLineEnds), then reads the text as
+//   Load reads a Windows-1252 file holding it.
 // Look-ups fold keys to lower case; keys and values are stored as they stood.
 
 #include "config/CfgClass.h"
@@ -230,14 +229,7 @@ void CfgClass::ReadText(std::u16string_view text) {
 }
 
 void CfgClass::LoadFromString(std::u16string_view cfgString) {
-    std::u16string text(cfgString);
-    if (text.find(u"\r\n") == std::u16string::npos) {
-        text = ReplaceAll(text, u"\r", u"\r\n");
-    }
-    if (text.find(u"\r\n") == std::u16string::npos) {
-        text = ReplaceAll(text, u"\n", u"\r\n");
-    }
-    text += u"\r\n";
+    const std::u16string text = NormaliseLineEnds(cfgString) + u"\r\n";
     // Read exactly as the same text saved to a file would be: through the code page, so a
     // character it cannot hold reads as "?".
     ReadText(AnsiToText(TextToAnsi(text)));

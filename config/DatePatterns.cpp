@@ -16,10 +16,6 @@ namespace {
 
 enum class Part { None, Year, Month, Day, Hour, Minute, Second };
 
-char16_t Upper(char16_t ch) {
-    return (ch >= u'a' && ch <= u'z') ? static_cast<char16_t>(ch - u'a' + u'A') : ch;
-}
-
 std::u16string Digits(int value, std::size_t run) {
     return FormatNumber(value, run >= 2 ? 2 : 1);
 }
@@ -29,14 +25,22 @@ std::u16string FormatPattern(std::u16string_view pattern, const DateTime& at) {
     Part last = Part::None;
     std::size_t i = 0;
     while (i < pattern.size()) {
-        const char16_t letter = Upper(pattern[i]);
+        const char16_t letter = ToUpperChar(pattern[i]);
         std::size_t run = 1;
-        while (i + run < pattern.size() && Upper(pattern[i + run]) == letter) {
+        while (i + run < pattern.size() && ToUpperChar(pattern[i + run]) == letter) {
             ++run;
         }
         const std::u16string_view literal = pattern.substr(i, run);
         i += run;
-        const bool shortRun = run <= 2;
+        // One- and two-letter runs are date parts; longer runs stand for themselves.
+        const auto part = [&](int value, Part which) {
+            if (run <= 2) {
+                out += Digits(value, run);
+                last = which;
+            } else {
+                out += literal;
+            }
+        };
         switch (letter) {
             case u'Y':
                 if (run == 4) {
@@ -50,29 +54,23 @@ std::u16string FormatPattern(std::u16string_view pattern, const DateTime& at) {
                 }
                 break;
             case u'M':
-                if (shortRun) {
-                    const bool minutes = last == Part::Hour;
-                    out += Digits(minutes ? at.Minute : at.Month, run);
-                    last = minutes ? Part::Minute : Part::Month;
+                if (last == Part::Hour) {
+                    part(at.Minute, Part::Minute);
                 } else {
-                    out += literal;
+                    part(at.Month, Part::Month);
                 }
                 break;
             case u'D':
-                out += shortRun ? Digits(at.Day, run) : std::u16string(literal);
-                last = shortRun ? Part::Day : last;
+                part(at.Day, Part::Day);
                 break;
             case u'H':
-                out += shortRun ? Digits(at.Hour, run) : std::u16string(literal);
-                last = shortRun ? Part::Hour : last;
+                part(at.Hour, Part::Hour);
                 break;
             case u'N':
-                out += shortRun ? Digits(at.Minute, run) : std::u16string(literal);
-                last = shortRun ? Part::Minute : last;
+                part(at.Minute, Part::Minute);
                 break;
             case u'S':
-                out += shortRun ? Digits(at.Second, run) : std::u16string(literal);
-                last = shortRun ? Part::Second : last;
+                part(at.Second, Part::Second);
                 break;
             default:
                 out += literal;

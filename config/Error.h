@@ -17,7 +17,7 @@ enum class ErrorNumber : int {
 };
 
 class Error : public std::runtime_error {
-public:
+  public:
     explicit Error(ErrorNumber number);
     Error(ErrorNumber number, const std::string& description);
 
@@ -25,7 +25,7 @@ public:
     // The standard description of the number ("Subscript out of range", ...).
     static const char* DescriptionOf(ErrorNumber number) noexcept;
 
-private:
+  private:
     ErrorNumber number_;
 };
 

@@ -82,6 +82,14 @@ std::u16string ReplaceAll(std::u16string_view text, std::u16string_view what,
     }
 }
 
+std::u16string NormaliseLineEnds(std::u16string_view text) {
+    if (text.find(u"\r\n") != std::u16string_view::npos) {
+        return std::u16string(text);
+    }
+    std::u16string out = ReplaceAll(text, u"\r", u"\r\n");
+    return out.find(u"\r\n") == std::u16string::npos ? ReplaceAll(out, u"\n", u"\r\n") : out;
+}
+
 char16_t ToLowerChar(char16_t ch) noexcept {
     if (ch < 0x80) {
         return (ch >= u'A' && ch <= u'Z') ? static_cast<char16_t>(ch + 32) : ch;

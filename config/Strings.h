@@ -24,6 +24,11 @@ std::u16string TrimRight(std::u16string_view text);
 std::u16string ReplaceAll(std::u16string_view text, std::u16string_view what,
                           std::u16string_view with);
 
+// Line ends made CR LF the way downloaded and in-memory configuration texts always were: a text
+// without any CR LF has every CR, and then (still without CR LF) every LF, made CR LF. A text
+// holding one CR LF anywhere stays as it is, so lone LFs in a mixed text are not line ends.
+std::u16string NormaliseLineEnds(std::u16string_view text);
+
 // Letter case for the Latin, Greek and Cyrillic letters records and settings use. Characters
 // without a case pair come back unchanged.
 char16_t ToLowerChar(char16_t ch) noexcept;

@@ -194,21 +194,15 @@ std::u16string FetchUrl(std::u16string_view address) {
 }
 
 std::filesystem::path FetchToTempFile(std::u16string_view address) {
-    std::u16string reply = FetchUrl(address);
+    const std::u16string reply = FetchUrl(address);
     if (reply.empty() || FindNoCase(reply, u"<html>") != std::u16string::npos) {
         return {};
-    }
-    if (reply.find(u"\r\n") == std::u16string::npos) {
-        reply = ReplaceAll(reply, u"\r", u"\r\n");
-    }
-    if (reply.find(u"\r\n") == std::u16string::npos) {
-        reply = ReplaceAll(reply, u"\n", u"\r\n");
     }
     std::filesystem::path path = TempFileName(u"XX");
     if (path.empty()) {
         return {};
     }
-    const std::string bytes = TextToAnsi(reply);
+    const std::string bytes = TextToAnsi(NormaliseLineEnds(reply));
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     out.close();

@@ -36,7 +36,8 @@ std::u16string Utf8ToText(std::string_view utf8) {
         int taken = 1;
         bool ok = length > 0;
         for (int k = 1; ok && k < length; ++k) {
-            if (i + static_cast<std::size_t>(k) >= n || (byteAt(i + static_cast<std::size_t>(k)) & 0xC0) != 0x80) {
+            if (i + static_cast<std::size_t>(k) >= n ||
+                (byteAt(i + static_cast<std::size_t>(k)) & 0xC0) != 0x80) {
                 ok = false;
                 break;
             }
