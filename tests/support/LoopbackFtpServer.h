@@ -2,17 +2,12 @@
 // A real FTP server on 127.0.0.1 for tests: pyftpdlib run by the system Python (TESSELEX_PYTHON)
 // on a port chosen by the system, with one user whose home is a fresh temporary folder. The
 // constructor returns once the server accepts connections; the destructor kills the process
-// and removes the folder.
-//
-//   LoopbackFtpServer ftp;                          // user "tester", password "secret"
-//   FtpHandle h = FtpConnect(ftp.ServerText(), ftp.UserText(), ftp.PasswordText());
-//   FtpSend(h, u"out.mrc", localFile, false);
-//   ReadBytes(ftp.Root() / "out.mrc");              // what the server stored
-//
-// The user may read, write, create folders, rename and delete under the root. A failed login
-// is answered at once (the usual anti-guessing delay is off) so failure tests stay quick.
-// The server is also killed when the thread that started it ends, so start it from the test's
-// own thread (a fixture member or a local), not from a short-lived helper thread.
+// and removes the folder. Connect with FtpConnect(ServerText(), UserText(), PasswordText());
+// what the server stored lies under Root(). The user may read, write, create folders, rename and
+// delete under the root. A failed login is answered at once (the usual anti-guessing delay is off)
+// so failure tests stay quick. The server is also killed when the thread that started it ends, so
+// start it from the test's own thread (a fixture member or a local), not from a short-lived helper
+// thread.
 
 #include <sys/types.h>
 #include <filesystem>

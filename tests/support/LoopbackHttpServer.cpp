@@ -8,24 +8,6 @@
 #include "config/Strings.h"
 
 namespace tesselex::test {
-namespace {
-
-bool SameNameNoCase(const std::string& a, const std::string& b) {
-    if (a.size() != b.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        const auto lower = [](char c) {
-            return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-        };
-        if (lower(a[i]) != lower(b[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
-}  // namespace
 
 std::string LoopbackHttpServer::Request::Query(const std::string& name) const {
     const auto it = Params.find(name);
@@ -34,7 +16,7 @@ std::string LoopbackHttpServer::Request::Query(const std::string& name) const {
 
 std::string LoopbackHttpServer::Request::Header(const std::string& name) const {
     for (const auto& [key, value] : Headers) {
-        if (SameNameNoCase(key, name)) {
+        if (EqualsNoCase(FromAscii(key), FromAscii(name))) {
             return value;
         }
     }

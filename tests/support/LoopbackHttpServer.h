@@ -1,17 +1,9 @@
 #pragma once
 // An HTTP server on 127.0.0.1 for tests: it binds a free port chosen by the system, serves from
-// a background thread and stops in its destructor.
-//
-//   LoopbackHttpServer server;
-//   server.Get("/records", {200, recordBytes, "application/octet-stream"});
-//   server.Get("/echo", [](const LoopbackHttpServer::Request& r) {
-//       return LoopbackHttpServer::Reply{200, r.Query("id")};
-//   });
-//   FetchUrl(server.UrlText("/records?id=1"));
-//   server.Requests();  // every request seen, in order, with path, query and headers
-//
-// Replies and handlers may be added or replaced at any time, also while requests are served.
-// A path without a reply answers 404 with an empty body. Bodies are bytes, sent unchanged.
+// a background thread and stops in its destructor. Fixed replies (Get(path, Reply)) or computed
+// ones (Get(path, Handler)) may be added or replaced at any time, also while requests are
+// served; a path without a reply answers 404 with an empty body. Bodies are bytes, sent
+// unchanged. Requests() lists every request seen, in order, with path, query and headers.
 
 #include <functional>
 #include <map>

@@ -6,7 +6,9 @@
 
 namespace tesselex::test {
 
-std::filesystem::path SourceDir() { return std::filesystem::path(TESSELEX_SOURCE_DIR); }
+std::filesystem::path SourceDir() {
+    return std::filesystem::path(TESSELEX_SOURCE_DIR);
+}
 
 std::filesystem::path SharedTestData() {
     const std::filesystem::path dir(TESSELEX_SHARED_TESTDATA);

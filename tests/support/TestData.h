@@ -17,9 +17,9 @@ void WriteBytes(const std::filesystem::path& path, const std::string& bytes);
 }  // namespace tesselex::test
 
 // Skips the current test cleanly when ../shared/testdata is absent.
-#define TESSELEX_REQUIRE_SHARED_TESTDATA()                                                 \
-    do {                                                                                   \
-        if (::tesselex::test::SharedTestData().empty()) {                                  \
-            GTEST_SKIP() << "../shared/testdata is absent; real-data test skipped";        \
-        }                                                                                  \
+#define TESSELEX_REQUIRE_SHARED_TESTDATA()                                          \
+    do {                                                                            \
+        if (::tesselex::test::SharedTestData().empty()) {                           \
+            GTEST_SKIP() << "../shared/testdata is absent; real-data test skipped"; \
+        }                                                                           \
     } while (false)
