@@ -8,56 +8,33 @@
 namespace tesselex {
 namespace {
 
-std::string AllBytes() {
+TEST(CodePage, EveryByteSurvivesTheRoundTrip) {
     std::string bytes;
     for (int b = 0; b < 256; ++b) {
         bytes += static_cast<char>(b);
     }
-    return bytes;
-}
-
-TEST(CodePage, EveryByteSurvivesTheRoundTrip) {
-    const std::string bytes = AllBytes();
     const std::u16string text = AnsiToText(bytes);
-    ASSERT_EQ(text.size(), 256u);
     EXPECT_EQ(TextToAnsi(text), bytes);
     // Lossless means no two bytes share a character.
     EXPECT_EQ(std::set<char16_t>(text.begin(), text.end()).size(), 256u);
-    for (int b = 0; b < 256; ++b) {
-        const auto byte = static_cast<unsigned char>(b);
-        EXPECT_EQ(CharToAnsi(AnsiToChar(byte)), byte) << b;
-        EXPECT_TRUE(IsAnsiChar(AnsiToChar(byte))) << b;
+    for (const char16_t ch : text) {
+        EXPECT_TRUE(IsAnsiChar(ch)) << static_cast<int>(ch);
     }
-}
-
-TEST(CodePage, UndefinedBytesStandForThemselves) {
-    for (const int value : {0x81, 0x8D, 0x8F, 0x90, 0x9D}) {
-        const auto byte = static_cast<unsigned char>(value);
-        EXPECT_EQ(AnsiToChar(byte), static_cast<char16_t>(byte));
-        EXPECT_EQ(CharToAnsi(static_cast<char16_t>(byte)), byte);
+    // The bytes Windows-1252 leaves undefined stand for themselves.
+    for (const int byte : {0x81, 0x8D, 0x8F, 0x90, 0x9D}) {
+        EXPECT_EQ(text[static_cast<std::size_t>(byte)], static_cast<char16_t>(byte));
     }
 }
 
 TEST(CodePage, HighHalfFollowsWindows1252) {
-    EXPECT_EQ(AnsiToChar(0x80), u'\u20AC');
-    EXPECT_EQ(AnsiToChar(0x8A), u'\u0160');
-    EXPECT_EQ(AnsiToChar(0x96), u'\u2013');
-    EXPECT_EQ(AnsiToChar(0x9F), u'\u0178');
-    EXPECT_EQ(AnsiToChar(0xE5), u'å');
-    EXPECT_EQ(AnsiToText("\xC4mnesord"), u"Ämnesord");
+    EXPECT_EQ(AnsiToText("\x80\x8A\x96\x9F\xE5"), u"\u20AC\u0160\u2013\u0178å");
     EXPECT_EQ(TextToAnsi(u"Lösenord"), "L\xF6senord");
-}
-
-TEST(CodePage, CharactersOutsideBecomeQuestionMarks) {
     // U+0080 and U+009F are C1 controls whose bytes the code page gives to € and Ÿ.
     for (const char16_t ch : {u'\u0080', u'\u009F', u'\u0100', u'\u4E2D', u'\uFFFD', u'\xD800'}) {
         EXPECT_EQ(CharToAnsi(ch), '?') << static_cast<int>(ch);
         EXPECT_FALSE(IsAnsiChar(ch)) << static_cast<int>(ch);
     }
     EXPECT_TRUE(IsAnsiChar(u'?'));
-    EXPECT_EQ(TextToAnsi(u"a\u4E2Db\u20ACc"),
-              "a?b\x80"
-              "c");
 }
 
 TEST(CodePage, AlphaNumericTakesLettersOfTheCodePage) {
@@ -65,12 +42,11 @@ TEST(CodePage, AlphaNumericTakesLettersOfTheCodePage) {
         EXPECT_TRUE(IsAnsiAlphaNumeric(ch)) << static_cast<int>(ch);
         EXPECT_TRUE(IsAnsiAlphaNumeric(CharToAnsi(ch))) << static_cast<int>(ch);
     }
-    for (const char16_t ch : std::u16string(u" -_.,/%+=@[`{~\t") + u"×÷€§°«»¿¡‰–—™\u0081\u00A0") {
+    // Outside the code page a character is judged as its substitute "?".
+    for (const char16_t ch :
+         std::u16string(u" -_.,/%+=@[`{~\t") + u"×÷€§°«»¿¡‰–—™\u0081\u00A0\u4E2D\u0100") {
         EXPECT_FALSE(IsAnsiAlphaNumeric(ch)) << static_cast<int>(ch);
     }
-    // Outside the code page a character is judged as its substitute "?".
-    EXPECT_FALSE(IsAnsiAlphaNumeric(u'\u4E2D'));
-    EXPECT_FALSE(IsAnsiAlphaNumeric(u'\u0100'));
     EXPECT_FALSE(IsAnsiAlphaNumeric(static_cast<unsigned char>(0)));
 }
 
