@@ -69,7 +69,8 @@ class CharacterClass {
                                bool upperCase = false) const;
     // Text -> Latin-1: composed; ligatures expanded; letters outside Latin-1 reduced to their
     // base letter; other characters from 129 to 32767 without an equivalent dropped. Code
-    // units from 0x8000 up (read as negative numbers) pass unchanged, U+FB01 included.
+    // units from 0x8000 up (read as negative numbers) pass unchanged (U+FFFD stays), except
+    // the letter ligatures U+FB00-U+FB06, which become their letters (U+FB01 -> "fi").
     std::u16string NarrowString(std::u16string_view text) const;
     // Text -> 8-bit VRLIN string. ASCII passes unchanged; characters with a table entry take
     // their code, marks in front of their base letter; anything else becomes "?".

@@ -170,7 +170,9 @@ std::u16string CharacterClass::NarrowString(std::u16string_view text) const {
     out.reserve(composed.size());
     for (char16_t ch : composed) {
         const std::int32_t u = Signed(ch);
-        if (u < 129 || (u >= 160 && u <= 255)) {
+        // ﬀ-ﬆ read as negative too, yet a reader expects their letters, as for Æ or Œ.
+        const bool highLigature = ch >= 0xFB00 && ch <= 0xFB06;
+        if ((u < 129 && !highLigature) || (u >= 160 && u <= 255)) {
             out += ch;
             continue;
         }

@@ -115,10 +115,6 @@ std::u16string FoldString(std::u16string_view text, std::uint32_t flags) {
     return std::u16string(source);
 }
 
-std::uint8_t CombiningClass(char32_t cp) noexcept {
-    return u_getCombiningClass(static_cast<UChar32>(cp));
-}
-
 bool IsCombiningMark(char32_t cp) noexcept {
     const std::int8_t type = u_charType(static_cast<UChar32>(cp));
     return type == U_NON_SPACING_MARK || type == U_ENCLOSING_MARK;

@@ -21,8 +21,6 @@ std::u16string FoldString(std::u16string_view text, std::uint32_t flags);
 // when the character is not one.
 std::u16string_view LigatureLetters(char16_t ch) noexcept;
 
-// The canonical combining class of a code point: 0 for base characters, above 0 for marks.
-std::uint8_t CombiningClass(char32_t cp) noexcept;
 // True for a nonspacing or enclosing combining mark (whatever its combining class).
 bool IsCombiningMark(char32_t cp) noexcept;
 

@@ -17,97 +17,84 @@
 namespace tesselex {
 namespace {
 
+using namespace std::string_literals;
+
 std::u16string Mapped(const CharacterClass& map, std::u16string text) {
     map.Map(text);
     return text;
 }
 
-class MapFixture : public ::testing::Test {
-  protected:
-    CharacterClass Loaded(std::u16string_view text) {
-        CharacterClass map;
-        map.LoadFromString(text, false);
-        return map;
+CharacterClass Loaded(std::u16string_view text, bool simple = false) {
+    CharacterClass map;
+    map.LoadFromString(text, simple);
+    return map;
+}
+
+TEST(MapTest, ConvertsByTheMapRules) {
+    const std::u16string marks = u"E1=&H0300 /D\r\nE2=&H0301 /D\r\n61=&H0061\r\n63=&H0063";
+    const std::u16string reversed = u"$REVERSEDIACRITICS\r\n&H0300=E1/D\r\n&H00C6=A5";
+    const struct {
+        std::u16string map;
+        std::u16string text;
+        std::u16string mapped;
+    } cases[] = {
+        // The first of two marks takes the second as its "base"; a base letter without an entry
+        // goes out alone and the mark is lost.
+        {marks, u"\u00E1ab \u00E1bc \u00E2\u00E1cd", u"a\u0300b bc \u0300\u0301cd"},
+        // A mark before the last character is dropped and the letter mapped alone; so is a
+        // final mark.
+        {marks, u"\u00E1a", u"a"},
+        {marks, u"xy\u00E1", u"xy"},
+        // Marks go in front; any other match of such a map maps to nothing.
+        {reversed, u"\u0300b xa\u0300 \u00C6b", u"\u00E1b x\u00E1a b"},
+        {u"$reversemapping\r\n41=&H00C5\r\n42=&H0042", u"\u00C5B", u"AB"},
+        // The longest key wins; a chain without a match writes the whole span, and its tail
+        // again.
+        {u"&H41=&H31\r\n&H41&H42=&H32", u"ABCAC", u"2C1C"},
+        {u"&H41&H42=&H32", u"xABACAB", u"x2ACC2"},
+        // Duplicates keep the first; characters outside the code page share the chain of "?"
+        // and still match exactly.
+        {u"41=31\r\n41=32\r\n&H0141=&H004C\r\n&H0100=&H0041", u"A\u0141\u0100?", u"1LA?"},
+        // A lone line feed does not end a line.
+        {u"41=42\n43=44\r\n45=46", u"ACE", u"B\0\u0003DCF"s},
+        {u"", u"\u00E1bc", u"\u00E1bc"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(TextToUtf8(c.map) + " on " + TextToUtf8(c.text));
+        EXPECT_EQ(Mapped(Loaded(c.map), c.text), c.mapped);
     }
-};
-
-TEST_F(MapFixture, MarkMovesBehindItsBaseLetter) {
-    CharacterClass map = Loaded(u"E1=&H0300 /D\r\n61=&H0061");
-    EXPECT_EQ(Mapped(map, u"\u00E1ab"), u"a\u0300b");
-    // A mark before the last character of the text is dropped; so is a final mark.
-    EXPECT_EQ(Mapped(map, u"\u00E1a"), u"a");
-    EXPECT_EQ(Mapped(map, u"xy\u00E1"), u"xy");
-    // A base letter without an entry goes out alone and the mark is lost.
-    EXPECT_EQ(Mapped(map, u"\u00E1bc"), u"bc");
 }
 
-TEST_F(MapFixture, StackedMarksFollowTheMapRules) {
-    CharacterClass map = Loaded(u"E1=&H0300 /D\r\nE2=&H0301 /D\r\n63=&H0063");
-    // The first mark takes the second as its "base": both come out in front of the letter.
-    EXPECT_EQ(Mapped(map, u"\u00E2\u00E1cd"), u"\u0300\u0301cd");
-}
+TEST(MapTest, KeepsTheMapState) {
+    EXPECT_TRUE(Loaded(u"$ReverseDiacritics").ReverseDiacritics());
+    EXPECT_EQ(Loaded(u"&H41&H42=&H32").MaxKeyLength(), 2);
+    const CharacterClass swapped = Loaded(u"$REVERSEMAPPING\r\n41=&H00C5");
+    EXPECT_EQ(swapped.Entries()[1].From, u"\u00C5");
+    EXPECT_EQ(swapped.Entries()[1].To, u"A");
+    const CharacterClass shared = Loaded(u"&H0141=&H004C\r\n41=31\r\n&H0100=&H0041");
+    EXPECT_EQ(shared.FirstCharIndex('?'), 1);
+    EXPECT_EQ(shared.Entries()[1].NextIndex, 3);
+    EXPECT_EQ(shared.FirstCharIndex('A'), 2);
 
-TEST_F(MapFixture, ReversedDiacriticsPutMarksInFront) {
-    CharacterClass map = Loaded(u"$REVERSEDIACRITICS\r\n&H0300=E1/D\r\n&H00C6=A5");
-    EXPECT_TRUE(map.ReverseDiacritics());
-    EXPECT_EQ(Mapped(map, u"a\u0300"), u"\u00E1a");
-    EXPECT_EQ(Mapped(map, u"xa\u0300"), u"x\u00E1a");
-    EXPECT_EQ(Mapped(map, u"\u0300b"), u"\u00E1b");
-    // Only marks are carried over: any other match maps to nothing.
-    EXPECT_EQ(Mapped(map, u"\u00C6b"), u"b");
-}
-
-TEST_F(MapFixture, ReverseMappingSwapsTheSides) {
-    CharacterClass map = Loaded(u"$reversemapping\r\n41=&H00C5\r\n42=&H0042");
-    EXPECT_EQ(Mapped(map, u"\u00C5B"), u"AB");
-    ASSERT_EQ(map.Entries().size(), 3u);
-    EXPECT_EQ(map.Entries()[1].From, u"\u00C5");
-    EXPECT_EQ(map.Entries()[1].To, u"A");
-}
-
-TEST_F(MapFixture, LongestMatchAndRepeatedUnmatchedSpan) {
-    CharacterClass both = Loaded(u"&H41=&H31\r\n&H41&H42=&H32");
-    EXPECT_EQ(Mapped(both, u"ABC"), u"2C");
-    EXPECT_EQ(Mapped(both, u"AC"), u"1C");
-
-    CharacterClass onlyLong = Loaded(u"&H41&H42=&H32");
-    EXPECT_EQ(onlyLong.MaxKeyLength(), 2);
-    EXPECT_EQ(Mapped(onlyLong, u"AC"), u"ACC");
-    EXPECT_EQ(Mapped(onlyLong, u"xABAB"), u"x22");
-}
-
-TEST_F(MapFixture, DuplicatesKeepTheFirstAndChainsShareBytes) {
-    CharacterClass map = Loaded(u"41=31\r\n41=32\r\n&H0141=&H004C\r\n&H0100=&H0041");
-    EXPECT_EQ(Mapped(map, u"A"), u"1");
-    // Ł and Ā are outside the code page: both sit on the chain of "?" and still match exactly.
-    EXPECT_EQ(map.FirstCharIndex('?'), 3);
-    EXPECT_EQ(map.Entries()[3].NextIndex, 4);
-    EXPECT_EQ(Mapped(map, u"\u0141\u0100?"), u"LA?");
-}
-
-TEST_F(MapFixture, EmptyMapCopiesText) {
     CharacterClass never;
     EXPECT_FALSE(never.CharacterCount().has_value());
     EXPECT_EQ(Mapped(never, u"abc"), u"abc");
-    CharacterClass empty = Loaded(u"");
-    EXPECT_EQ(empty.CharacterCount(), 1);
-    EXPECT_EQ(Mapped(empty, u"\u00E1bc"), u"\u00E1bc");
-}
-
-TEST_F(MapFixture, CountsAndSimpleLists) {
+    EXPECT_EQ(Loaded(u"").CharacterCount(), 1);
     EXPECT_EQ(Loaded(u"41=42").CharacterCount(), 2);
     EXPECT_EQ(Loaded(u"# only a comment\r\n41=42\r\n$X\r\n43").CharacterCount(), 2);
+}
 
-    CharacterClass simple;
-    simple.LoadFromString(u"# comment\r\n41=42", true);
+TEST(MapTest, SimpleListsUseLineNumbersAsSlots) {
+    CharacterClass simple = Loaded(u"# comment\r\n41=42", true);
     EXPECT_EQ(simple.CharacterCount(), 2);
     EXPECT_TRUE(simple.Entries()[0].From.empty());
     std::u16string text = u"AA";
     simple.SimpleMap(text);
     EXPECT_EQ(text, u"BB");
 
-    // Slot numbers follow the lines, directives not counted; each replacement sees the last.
-    simple.LoadFromString(u"41=42\r\n$REVERSEMAPPING\r\n\r\n43=41\r\n44=45 /D", true);
+    // Directives do not count as lines; each replacement sees the result of the last; marks
+    // are skipped.
+    simple = Loaded(u"41=42\r\n$REVERSEMAPPING\r\n\r\n43=41\r\n44=45 /D", true);
     EXPECT_EQ(simple.CharacterCount(), 4);
     EXPECT_EQ(simple.Entries()[2].From, u"A");
     text = u"ABCD";
@@ -115,96 +102,65 @@ TEST_F(MapFixture, CountsAndSimpleLists) {
     EXPECT_EQ(text, u"BBCD");
 }
 
-TEST_F(MapFixture, LoneLineFeedDoesNotEndALine) {
-    CharacterClass map = Loaded(u"41=42\n43=44\r\n45=46");
-    EXPECT_EQ(map.CharacterCount(), 3);
-    EXPECT_EQ(map.Entries()[1].To, std::u16string(u"B\0\u0003D", 4));
-    EXPECT_EQ(Mapped(map, u"CE"), u"CF");
-}
-
-TEST_F(MapFixture, OverlongKeyRaisesOverflow) {
-    std::u16string line(256 * 2, u'4');
-    line += u"=42";
-    CharacterClass map;
+TEST(MapTest, OverlongKeyRaisesOverflow) {
     try {
-        map.LoadFromString(line, false);
+        Loaded(std::u16string(256 * 2, u'4') + u"=42");
         FAIL() << "no error raised";
     } catch (const Error& e) {
         EXPECT_EQ(e.Number(), ErrorNumber::Overflow);
     }
-    std::u16string longest(255 * 2, u'4');
-    EXPECT_NO_THROW(map.LoadFromString(longest + u"=42", false));
-    EXPECT_EQ(map.MaxKeyLength(), 255);
+    EXPECT_EQ(Loaded(std::u16string(255 * 2, u'4') + u"=42").MaxKeyLength(), 255);
 }
 
-class MapFileTest : public ::testing::Test {
-  protected:
-    test::TempDir dir_;
-};
-
-TEST_F(MapFileTest, LoadsFileWithLineEndsAndMissingFiles) {
-    const auto path = dir_ / "map.txt";
-    test::WriteBytes(path, "# test\r\nE1=&H0300 /D\r\n61=&H0061\r62=&H0062\r\n");
+TEST(MapLoadTest, LoadsFilesAndAddresses) {
+    test::TempDir dir;
+    test::WriteBytes(dir / "map.txt", "# test\r\nE1=&H0300 /D\r\n61=&H0061\r62=&H0062\r\n");
+    test::WriteBytes(dir / "empty.txt", "");
     CharacterClass map;
-    map.Load(PathToText(path));
-    EXPECT_EQ(map.CharacterCount(), 4);
+    map.Load(PathToText(dir / "map.txt"));
+    EXPECT_EQ(map.CharacterCount(), 4);  // a lone CR ends a line in a file
     EXPECT_EQ(Mapped(map, u"\u00E1ab"), u"a\u0300b");
+    for (const char* missing : {"missing.txt", "empty.txt"}) {
+        map.Load(PathToText(dir / missing));
+        EXPECT_EQ(map.CharacterCount(), 1) << missing;
+    }
 
-    map.Load(PathToText(dir_ / "missing.txt"));
-    EXPECT_EQ(map.CharacterCount(), 1);
-    test::WriteBytes(dir_ / "empty.txt", "");
-    map.Load(PathToText(dir_ / "empty.txt"));
-    EXPECT_EQ(map.CharacterCount(), 1);
-}
-
-TEST_F(MapFileTest, LoadsFromAnAddressAndRemovesTheDownload) {
     test::LoopbackHttpServer server;
     server.Get("/maps/latin.txt", {200, "41=&H00C5\r\n42=&H00C4\r\n", "text/plain"});
-    CharacterClass map;
     map.Load(server.UrlText("/maps/latin.txt"));
     EXPECT_EQ(map.CharacterCount(), 3);
     EXPECT_EQ(Mapped(map, u"AB"), u"\u00C5\u00C4");
     EXPECT_EQ(server.RequestCount(), 1u);
-
     map.Load(server.UrlText("/maps/missing.txt"));
     EXPECT_EQ(map.CharacterCount(), 1);
 }
 
-// Records every drawing call, with the font in use, for the layout checks.
+// Records every call as one line of text, with the font in use and the page.
 class RecordingPage : public PageOutput {
   public:
-    struct Text {
-        std::u16string font;
-        std::int32_t x;
-        std::int32_t y;
-        std::u16string text;
-        int page;
-    };
     void SetFont(std::u16string_view fontName, double size) override {
-        font_ = fontName;
-        sizes.push_back(size);
+        font_ = TextToUtf8(fontName);
+        EXPECT_EQ(size, 12);
     }
     std::int32_t TextHeight(std::u16string_view text) override {
-        heightFonts.push_back(font_ + u":" + std::u16string(text));
+        calls.push_back("height " + font_ + " " + TextToUtf8(text));
         return 240;
     }
     void PrintText(std::int32_t x, std::int32_t y, std::u16string_view text) override {
-        if (failPrint) {
+        if (jammed) {
             throw std::runtime_error("printer jammed");
         }
-        texts.push_back({font_, x, y, std::u16string(text), page_});
+        calls.push_back(std::to_string(page_) + " " + font_ + " " + std::to_string(x) + "," +
+                        std::to_string(y) + " " + TextToUtf8(text));
     }
     void NewPage() override { ++page_; }
-    void EndDoc() override { ++ended; }
+    void EndDoc() override { calls.push_back("end"); }
 
-    std::vector<Text> texts;
-    std::vector<double> sizes;
-    std::vector<std::u16string> heightFonts;
-    int ended = 0;
-    bool failPrint = false;
+    std::vector<std::string> calls;
+    bool jammed = false;
 
   private:
-    std::u16string font_;
+    std::string font_;
     int page_ = 1;
 };
 
@@ -213,45 +169,22 @@ TEST(PrintCharacterMapTest, LaysOutColumnsAndPages) {
     for (int i = 0; i < 60; ++i) {
         text += u"41=42 # letter\r\n";
     }
-    CharacterClass map;
-    map.LoadFromString(text, false);
     RecordingPage page;
-    map.PrintCharacterMap(page, u"FromFont", u"ToFont", u"CommentFont");
+    Loaded(text).PrintCharacterMap(page, u"From", u"To", u"Note");
+    // The line height, slot 0 (empty) and 1, the last line of page 1, the first of page 2.
+    ASSERT_EQ(page.calls.size(), 1 + 61 * 3 + 1u);
+    EXPECT_EQ(std::vector<std::string>(page.calls.begin(), page.calls.begin() + 7),
+              (std::vector<std::string>{"height From W", "1 From 0,240 ", "1 To 1000,240 ",
+                                        "1 Note 2000,240   =", "1 From 0,480 A", "1 To 1000,480 B",
+                                        "1 Note 2000,480 letter  A=B"}));
+    EXPECT_EQ(page.calls[1 + 50 * 3], "1 From 0,12240 A");
+    EXPECT_EQ(page.calls[1 + 51 * 3], "2 From 0,240 A");
+    EXPECT_EQ(page.calls.back(), "end");
 
-    ASSERT_EQ(page.heightFonts, std::vector<std::u16string>{u"FromFont:W"});
-    ASSERT_EQ(page.texts.size(), 61u * 3);  // slot 0 is printed too, empty
-    EXPECT_EQ(page.ended, 1);
-    for (double size : page.sizes) {
-        EXPECT_EQ(size, 12);
-    }
-    const auto& first = page.texts[3];  // slot 1, second line of page 1
-    EXPECT_EQ(first.font, u"FromFont");
-    EXPECT_EQ(first.x, 0);
-    EXPECT_EQ(first.y, 2 * 240);
-    EXPECT_EQ(first.text, u"A");
-    EXPECT_EQ(page.texts[4].font, u"ToFont");
-    EXPECT_EQ(page.texts[4].x, 1000);
-    EXPECT_EQ(page.texts[4].text, u"B");
-    EXPECT_EQ(page.texts[5].font, u"CommentFont");
-    EXPECT_EQ(page.texts[5].x, 2000);
-    EXPECT_EQ(page.texts[5].text, u"letter  A=B");
-
-    const auto& last51 = page.texts[50 * 3];
-    EXPECT_EQ(last51.page, 1);
-    EXPECT_EQ(last51.y, 51 * 240);
-    const auto& line52 = page.texts[51 * 3];
-    EXPECT_EQ(line52.page, 2);
-    EXPECT_EQ(line52.y, 240);
-}
-
-TEST(PrintCharacterMapTest, PrinterErrorsAreIgnored) {
-    CharacterClass map;
-    map.LoadFromString(u"41=42", false);
-    RecordingPage page;
-    page.failPrint = true;
-    EXPECT_NO_THROW(map.PrintCharacterMap(page, u"A", u"B", u"C"));
-    EXPECT_EQ(page.ended, 1);
-    EXPECT_TRUE(page.texts.empty());
+    RecordingPage jammed;
+    jammed.jammed = true;
+    EXPECT_NO_THROW(Loaded(u"41=42").PrintCharacterMap(jammed, u"A", u"B", u"C"));
+    EXPECT_EQ(jammed.calls, (std::vector<std::string>{"height A W", "end"}));
 }
 
 }  // namespace

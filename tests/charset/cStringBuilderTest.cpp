@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <vector>
+
 #include "config/Error.h"
 
 namespace tesselex {
@@ -20,11 +23,9 @@ ErrorNumber ErrorOf(const std::function<void()>& call) {
 
 TEST(cStringBuilderTest, GrowsOneChunkAtATime) {
     cStringBuilder sb;
-    EXPECT_EQ(sb.Length(), 0);
     EXPECT_EQ(sb.Capacity(), 0);
     EXPECT_EQ(sb.ChunkSize(), 8192);
     EXPECT_EQ(sb.ToString(), u"");
-
     sb.Append(u"ab");
     EXPECT_EQ(sb.Length(), 2);
     EXPECT_EQ(sb.Capacity(), 8192);
@@ -32,27 +33,17 @@ TEST(cStringBuilderTest, GrowsOneChunkAtATime) {
     EXPECT_EQ(sb.Capacity(), 8192);
     sb.AppendByVal(u"c");
     EXPECT_EQ(sb.Capacity(), 16384);
-    EXPECT_EQ(sb.Length(), 8193);
-    EXPECT_EQ(sb.ToString().substr(0, 3), u"abx");
-    EXPECT_EQ(sb.ToString().back(), u'c');
-
-    sb.SetChunkSize(4);
-    EXPECT_EQ(sb.ChunkSize(), 4);
+    EXPECT_EQ(sb.ToString(), u"ab" + std::u16string(8190, u'x') + u"c");
     EXPECT_EQ(ErrorOf([&] { sb.SetChunkSize(0); }), ErrorNumber::InvalidArgument);
-}
 
-TEST(cStringBuilderTest, TheStringReplacesTheContent) {
-    cStringBuilder sb;
     sb.SetChunkSize(4);
     sb.SetTheString(u"0123456789");
-    EXPECT_EQ(sb.Capacity(), 12);
+    EXPECT_EQ(sb.Capacity(), 16384);
     EXPECT_EQ(sb.ToString(), u"0123456789");
-    sb.SetTheString(u"ab");
-    EXPECT_EQ(sb.ToString(), u"ab");
-    EXPECT_EQ(sb.Capacity(), 12);
     sb.SetTheString(u"");
     EXPECT_EQ(sb.Capacity(), 0);
-    EXPECT_EQ(sb.Length(), 0);
+    sb.SetTheString(u"0123456789");
+    EXPECT_EQ(sb.Capacity(), 12);
 }
 
 TEST(cStringBuilderTest, InsertAndRemoveCheckTheirRange) {
@@ -60,19 +51,17 @@ TEST(cStringBuilderTest, InsertAndRemoveCheckTheirRange) {
     sb.SetChunkSize(4);
     sb.Append(u"abef");
     sb.Insert(2, u"cd");
-    EXPECT_EQ(sb.ToString(), u"abcdef");
     sb.InsertByVal(0, u">");
     sb.Insert(7, u"<");
     EXPECT_EQ(sb.ToString(), u">abcdef<");
     sb.Remove(1, 2);
-    EXPECT_EQ(sb.ToString(), u">cdef<");
     sb.Remove(5, 1);
     EXPECT_EQ(sb.ToString(), u">cdef");
-
-    EXPECT_EQ(ErrorOf([&] { sb.Insert(6, u"x"); }), ErrorNumber::SubscriptOutOfRange);
-    EXPECT_EQ(ErrorOf([&] { sb.Insert(-1, u"x"); }), ErrorNumber::SubscriptOutOfRange);
-    EXPECT_EQ(ErrorOf([&] { sb.Remove(4, 2); }), ErrorNumber::SubscriptOutOfRange);
-    EXPECT_EQ(ErrorOf([&] { sb.Remove(0, -1); }), ErrorNumber::SubscriptOutOfRange);
+    for (const auto& call : std::vector<std::function<void()>>{
+             [&] { sb.Insert(6, u"x"); }, [&] { sb.Insert(-1, u"x"); }, [&] { sb.Remove(4, 2); },
+             [&] { sb.Remove(0, -1); }}) {
+        EXPECT_EQ(ErrorOf(call), ErrorNumber::SubscriptOutOfRange);
+    }
     EXPECT_EQ(sb.ToString(), u">cdef");
 }
 
@@ -84,37 +73,27 @@ TEST(cStringBuilderTest, FindReportsOnlyMatchesBeforeTheLastCharacter) {
     EXPECT_EQ(sb.Find(u"Ab", 1, 0), 4);
     EXPECT_EQ(sb.Find(u"Ab", 1, 1), 1);
     EXPECT_EQ(sb.Find(u"c", 4, 0), 0);  // the last character of the content
-    EXPECT_EQ(sb.Find(u"zz", 1, 0), 0);
     // The buffer's unused blanks are searched too.
     EXPECT_EQ(sb.Find(u"c  ", 4, 0), 0);
     EXPECT_EQ(sb.Find(u"bc ", 4, 0), 5);
-}
 
-TEST(cStringBuilderTest, FindWithoutStartReadsTheContentAsTheStart) {
-    cStringBuilder sb;
-    sb.Append(u"3");
-    EXPECT_EQ(ErrorOf([&] { sb.Find(u"x", 0, 1); }), ErrorNumber{0});
-    sb.SetTheString(u"2");
-    // Searches "1" (the compare mode) in the text from position 2; only positions below the
-    // content's length are reported, which one character never has.
-    EXPECT_EQ(sb.Find(u"a1b1", 0, 1), 0);
-    sb.SetTheString(u"abc");
-    EXPECT_EQ(ErrorOf([&] { sb.Find(u"a1", 0, 1); }), ErrorNumber::TypeMismatch);
+    // Without a start the content is the start and the compare mode's text is searched for.
     sb.SetTheString(u"  2 ");
     EXPECT_EQ(sb.Find(u"x1y1", 0, 1), 2);
+    sb.SetTheString(u"2");
+    EXPECT_EQ(sb.Find(u"a1b1", 0, 1), 0);  // one character: no position is below its length
+    sb.SetTheString(u"abc");
+    EXPECT_EQ(ErrorOf([&] { sb.Find(u"a1", 0, 1); }), ErrorNumber::TypeMismatch);
 }
 
 TEST(cStringBuilderTest, HeapMinimizeKeepsAtMostOneFreeChunk) {
     cStringBuilder sb;
     sb.SetChunkSize(4);
     sb.SetTheString(std::u16string(20, u'x'));
-    EXPECT_EQ(sb.Capacity(), 20);
     sb.Remove(0, 19);
     sb.HeapMinimize();
     EXPECT_EQ(sb.Capacity(), 4);
     EXPECT_EQ(sb.ToString(), u"x");
-    sb.HeapMinimize();
-    EXPECT_EQ(sb.Capacity(), 4);
     sb.Remove(0, 1);
     sb.HeapMinimize();
     EXPECT_EQ(sb.Capacity(), 4);
