@@ -67,10 +67,6 @@ TEST(MapTest, ConvertsByTheMapRules) {
 
 TEST(MapTest, KeepsTheMapState) {
     EXPECT_TRUE(Loaded(u"$ReverseDiacritics").ReverseDiacritics());
-    EXPECT_EQ(Loaded(u"&H41&H42=&H32").MaxKeyLength(), 2);
-    const CharacterClass swapped = Loaded(u"$REVERSEMAPPING\r\n41=&H00C5");
-    EXPECT_EQ(swapped.Entries()[1].From, u"\u00C5");
-    EXPECT_EQ(swapped.Entries()[1].To, u"A");
     const CharacterClass shared = Loaded(u"&H0141=&H004C\r\n41=31\r\n&H0100=&H0041");
     EXPECT_EQ(shared.FirstCharIndex('?'), 1);
     EXPECT_EQ(shared.Entries()[1].NextIndex, 3);
