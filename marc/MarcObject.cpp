@@ -178,6 +178,7 @@ int MarcObject::FieldCount() const {
 
 void MarcObject::Import(std::u16string_view record) {
     fields_->Clear();
+    refusedFields_ = 0;
     const std::u16string_view leader =
         record.size() >= LeaderLength ? record.substr(0, LeaderLength) : std::u16string_view();
     fields_->Field(0, 1)->SetValue(leader);
@@ -291,10 +292,12 @@ void MarcObject::Import(std::u16string_view record) {
         }
         // A field beyond what the collection can index (too many fields, more subfields than
         // a field indexes, a code outside the code page after UTF-8 decoding) is a malformed
-        // record, not an error: the field is kept as far as the collection keeps it.
+        // record, not an error: the field is kept as far as the collection keeps it, and
+        // counted so the caller can say so.
         try {
             addEntry(tag);
         } catch (const Error&) {
+            ++refusedFields_;
         }
     }
 }

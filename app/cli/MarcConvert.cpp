@@ -152,6 +152,7 @@ int RunConvert(const MarcOptions& options) {
     std::uint64_t read = 0;
     std::uint64_t written = 0;
     std::uint64_t dropped = 0;
+    std::uint64_t refused = 0;  // records written without some of their fields
     std::string_view bytes;
     std::uint64_t offset = 0;
     std::u16string text;
@@ -166,6 +167,10 @@ int RunConvert(const MarcOptions& options) {
         }
         decoder.Decode(bytes, text);
         record.Import(text);
+        if (record.RefusedFields() > 0) {
+            ++refused;
+            ReportRefused("convert", read, offset, record.RefusedFields());
+        }
         writer.Append(record.Export(options.encoding, options.normalization));
         ++written;
         progress.Update(input.reader->Position(), read);
@@ -174,7 +179,7 @@ int RunConvert(const MarcOptions& options) {
     CheckReadError(input, inName);
     writer.Close();
     std::cerr << "tesselex-cli marc convert: " << read << " records read, " << written
-              << " written, " << dropped << " dropped\n";
+              << " written, " << dropped << " dropped, " << refused << " with refused fields\n";
     return 0;
 }
 

@@ -1,4 +1,5 @@
 // tesselex-cli marc dump: each record as text, or as its full display.
+#include <iostream>
 #include <ostream>
 
 #include "app/cli/MarcTools.h"
@@ -73,6 +74,7 @@ int RunDump(const MarcOptions& options, std::ostream& out) {
     std::string_view bytes;
     std::uint64_t offset = 0;
     std::uint64_t count = 0;
+    std::uint64_t refused = 0;
     while (input.reader->Next(bytes, offset)) {
         // A piece too short for a leader (a line end after the last record) holds no record.
         if (bytes.size() < 24) {
@@ -83,6 +85,10 @@ int RunDump(const MarcOptions& options, std::ostream& out) {
             out << '\n';
         }
         ++count;
+        if (record.RefusedFields() > 0) {
+            ++refused;
+            ReportRefused("dump", count, offset, record.RefusedFields());
+        }
         if (options.display.empty()) {
             DumpFields(record, out);
         } else {
@@ -93,6 +99,10 @@ int RunDump(const MarcOptions& options, std::ostream& out) {
     progress.Finish();
     CheckReadError(input, name);
     out.flush();
+    if (refused > 0) {
+        std::cerr << "tesselex-cli marc dump: " << count << " records, " << refused
+                  << " with refused fields\n";
+    }
     return 0;
 }
 

@@ -127,4 +127,11 @@ std::string Printable(std::string_view bytes, std::size_t count) {
     return text;
 }
 
+void ReportRefused(std::string_view tool, std::uint64_t number, std::uint64_t offset, int refused) {
+    std::cerr << "tesselex-cli marc " << tool << ": record " << number << " at byte " << offset
+              << ": " << refused
+              << " field(s) refused (over 1500 fields, over 128 subfields, or a subfield code "
+                 "outside the code page)\n";
+}
+
 }  // namespace tesselex::cli

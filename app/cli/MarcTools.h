@@ -61,6 +61,10 @@ void CheckReadError(const ToolInput& input, const std::string& name);
 // Up to `count` bytes for a one-line message: printable ASCII as it is, the rest as \xNN.
 std::string Printable(std::string_view bytes, std::size_t count);
 
+// One stderr line for a record some of whose fields the record model refused (see
+// MarcObject::RefusedFields), so that a tool never loses data without a word.
+void ReportRefused(std::string_view tool, std::uint64_t number, std::uint64_t offset, int refused);
+
 int RunDump(const MarcOptions& options, std::ostream& out);
 int RunConvert(const MarcOptions& options);
 int RunCheck(const MarcOptions& options, std::ostream& out);
