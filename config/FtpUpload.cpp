@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
+#include "config/CodePage.h"
 #include "config/CurlSession.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
@@ -19,6 +21,20 @@ constexpr long kTimeoutSeconds = 120;
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
+
+// A text upload handed to libcurl from memory.
+struct TextSource {
+    std::string bytes;
+    std::size_t sent = 0;
+};
+
+size_t ReadText(char* buffer, size_t size, size_t count, void* data) {
+    auto* source = static_cast<TextSource*>(data);
+    const std::size_t length = std::min(size * count, source->bytes.size() - source->sent);
+    std::memcpy(buffer, source->bytes.data() + source->sent, length);
+    source->sent += length;
+    return length;
+}
 
 // "host", "host:port", "[v6]:port" or a bare IPv6 address, optionally after "ftp://", as the
 // authority part of an address.
@@ -125,15 +141,24 @@ bool FtpSend(const FtpHandle& handle, std::u16string_view remote,
         if (!file) {
             return false;
         }
+        // libcurl sends every LF of a text upload as CR LF, so the file's own CR LF would go out
+        // as CR CR LF: it is handed over as LF instead.
+        TextSource text;
+        if (ascii) {
+            text.bytes = TextToAnsi(ReplaceAll(ReadWholeFile(local), u"\r\n", u"\n"));
+        }
         CURL* easy = handle->Easy.get();
         const std::string url = handle->Base + RemotePath(easy, remote);
         curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
         curl_easy_setopt(easy, CURLOPT_NOBODY, 0L);
         curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
         curl_easy_setopt(easy, CURLOPT_TRANSFERTEXT, ascii ? 1L : 0L);
-        curl_easy_setopt(easy, CURLOPT_READDATA, file.get());
-        curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(size));
+        curl_easy_setopt(easy, CURLOPT_READFUNCTION, ascii ? ReadText : nullptr);
+        curl_easy_setopt(easy, CURLOPT_READDATA, ascii ? static_cast<void*>(&text) : file.get());
+        curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE,
+                         ascii ? curl_off_t{-1} : static_cast<curl_off_t>(size));
         const CURLcode result = curl_easy_perform(easy);
+        curl_easy_setopt(easy, CURLOPT_READFUNCTION, nullptr);
         curl_easy_setopt(easy, CURLOPT_READDATA, nullptr);
         curl_easy_setopt(easy, CURLOPT_UPLOAD, 0L);
         return result == CURLE_OK;
