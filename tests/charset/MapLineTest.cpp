@@ -40,6 +40,7 @@ TEST(MapLineTest, DecodesCodePointsAndBytePairs) {
         {u"&H0041 &H0301", u"A\u0301"},
         {u"0x41 0X301", u"A\u0301"},
         {u"x&H41", u"xA"},
+        {u"&H4 1", u"A"},  // blanks among the digits are skipped
         // Reading stops at the first character that is no hex digit; the rest of the token goes.
         {u"&H41zz", u"A"},
         {u"&H", u"\0"s},
