@@ -106,6 +106,9 @@ class ExportEngine {
     void UpdateClearOption();
     MarcObject& Record();
     std::u16string Fetch(std::u16string_view address) const;
+    // The program folder's file of that name whatever the letter case of the name on disk (as
+    // the system's own file system matches names); the name as given when there is none.
+    std::filesystem::path ProgramFile(std::u16string_view name) const;
 
     Settings& settings_;
     EngineSeams seams_;

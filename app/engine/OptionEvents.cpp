@@ -117,7 +117,7 @@ void ExportEngine::FtpSettingsChosen(const FtpSettings& ftp) {
 }
 
 void ExportEngine::ServerAddressChosen(std::u16string_view address) {
-    std::ofstream out(programFolder_ / "export.url", std::ios::binary | std::ios::trunc);
+    std::ofstream out(ProgramFile(u"export.url"), std::ios::binary | std::ios::trunc);
     out << TextToAnsi(u"[InternetShortcut]\r\nURL=" + std::u16string(address) + u"\r\n");
     out.close();
     LoadConfig();

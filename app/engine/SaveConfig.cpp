@@ -21,8 +21,10 @@ std::u16string_view OldCharset(int index) {
     return (index >= 0 && index < 4) ? charsets[index] : charsets[0];
 }
 
+// "none" has no old value: left empty, the next start-up's copy leaves the setting as it is
+// instead of turning it into "after".
 std::u16string_view Separate(int placementIndex) {
-    return placementIndex == 0 ? u"0" : u"1";
+    return placementIndex == 0 ? u"0" : placementIndex == 2 ? u"" : u"1";
 }
 
 }  // namespace
@@ -32,8 +34,9 @@ void ExportEngine::SaveConfig() {
     if (seams_.AskYesNo && !seams_.AskYesNo(question)) {
         return;
     }
-    const std::filesystem::path config = programFolder_ / "Config.TXT";
-    const std::filesystem::path backup = programFolder_ / "Config.BAK";
+    // Written over the file start-up reads, whatever the case of its name.
+    const std::filesystem::path config = ProgramFile(u"Config.TXT");
+    const std::filesystem::path backup = ProgramFile(u"Config.BAK");
     std::error_code ec;
     std::filesystem::remove(backup, ec);
     std::filesystem::rename(config, backup, ec);

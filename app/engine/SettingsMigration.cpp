@@ -135,8 +135,11 @@ void CopySettings(Settings& settings, const CfgClass& oldConfig) {
 
     copied(SettingKey::Libraries, u"Sigler",
            [](const std::u16string& value) { return ReplaceAll(value, u",", u" "); });
-    copied(SettingKey::Subjects, u"Ämnesord",
-           [](const std::u16string& value) { return ConvertSubjects(value); });
+    // A value without "=" is already in the new form (SaveConfig writes it so): converting it
+    // would give "" and wipe the setting.
+    copied(SettingKey::Subjects, u"Ämnesord", [](const std::u16string& value) {
+        return value.find(u'=') == std::u16string::npos ? value : ConvertSubjects(value);
+    });
     CopySetting(settings, oldConfig, named(SettingKey::ISBNDehyphenate), u"ISBNUtanBindestreck");
     CopySetting(settings, oldConfig, named(SettingKey::Change035), u"Ändra0359");
     CopySetting(settings, oldConfig, named(SettingKey::Clear), u"Rensa");

@@ -39,7 +39,8 @@ int GetSelection(std::u16string_view kind, std::u16string_view value);
 // they are. A key missing from the old file leaves the setting untouched.
 void CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
                  std::u16string_view oldKey);
-// The whole table of old keys, in its order.
+// The whole table of old keys, in its order. An Ämnesord value without "=" is already in the
+// new form (the old-style save writes it so) and is kept as it is.
 void CopySettings(Settings& settings, const CfgClass& oldConfig);
 
 }  // namespace tesselex

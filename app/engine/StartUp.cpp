@@ -17,18 +17,6 @@
 namespace tesselex {
 namespace {
 
-// The file of that name in the folder whatever the letter case of its name, as the system's
-// own file system matches names; the name as given when there is none.
-std::filesystem::path FindNoCaseIn(const std::filesystem::path& folder, std::u16string_view name) {
-    std::error_code ec;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
-        if (EqualsNoCase(entry.path().filename().u16string(), name)) {
-            return entry.path();
-        }
-    }
-    return folder / TextToPath(name);
-}
-
 bool Exists(const std::filesystem::path& path) {
     std::error_code ec;
     return std::filesystem::exists(path, ec);
@@ -49,6 +37,16 @@ std::u16string RenameMessage(const std::filesystem::path& config,
 
 }  // namespace
 
+std::filesystem::path ExportEngine::ProgramFile(std::u16string_view name) const {
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator(programFolder_, ec)) {
+        if (EqualsNoCase(entry.path().filename().u16string(), name)) {
+            return entry.path();
+        }
+    }
+    return programFolder_ / TextToPath(name);
+}
+
 void ExportEngine::RunStep(void (ExportEngine::*step)()) {
     try {
         (this->*step)();
@@ -68,7 +66,7 @@ void ExportEngine::LoadConfig() {
 
 void ExportEngine::FetchRequestTable() {
     CfgClass shortcut;
-    shortcut.Load(PathToText(FindNoCaseIn(programFolder_, u"export.url")));
+    shortcut.Load(PathToText(ProgramFile(u"export.url")));
     shortcutAddress_ = shortcut.Item(u"InternetShortcut\\URL")->Value;
     serverNotice_ = shortcutAddress_.empty() ? std::u16string() : Fetch(shortcutAddress_);
 
@@ -78,23 +76,25 @@ void ExportEngine::FetchRequestTable() {
     urlConfig_->LoadFromString(serverNotice_);
     if (urlConfig_->Item(u"baseURL")->Value.empty()) {
         urlConfig_ = std::make_unique<CfgClass>();
-        urlConfig_->Load(PathToText(FindNoCaseIn(programFolder_, u"ConfigURL.TXT")));
+        urlConfig_->Load(PathToText(ProgramFile(u"ConfigURL.TXT")));
     }
 }
 
 void ExportEngine::MigrateOldSettings() {
-    const std::filesystem::path config = FindNoCaseIn(programFolder_, u"Config.TXT");
+    const std::filesystem::path config = ProgramFile(u"Config.TXT");
     if (!Exists(config)) {
         return;
     }
     mainConfig_->Load(PathToText(config));
     CopySettings(settings_, *mainConfig_);
-    const std::filesystem::path old = FindNoCaseIn(programFolder_, u"config_old.txt");
+    const std::filesystem::path old = ProgramFile(u"config_old.txt");
+    // Decided before the rename: where names ignore case, the renamed file is `old` itself.
+    const bool oldExists = Exists(old);
     std::error_code ec;
-    if (!Exists(old)) {
+    if (!oldExists) {
         std::filesystem::rename(config, programFolder_ / "config_old.TXT", ec);
     }
-    if (Exists(old) || ec) {
+    if (oldExists || ec) {
         ShowMessage(u"Fel vid namnändring", RenameMessage(config, old));
     }
 }

@@ -1,21 +1,13 @@
 // tesselex-cli's export commands as a user runs them: a separate process with its own program
 // folder (TESSELEX_HOME) and settings location (XDG_CONFIG_HOME).
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
 #include <sys/wait.h>
 
-#include <chrono>
-#include <csignal>
 #include <cstdio>
-#include <thread>
 
-#include "app/sampleserver/SampleExportServer.h"
-#include "tests/support/TempDir.h"
+#include "tests/app/engine/EngineFixture.h"
 #include "tests/support/TestData.h"
-
-extern char** environ;
 
 namespace tesselex {
 namespace {
@@ -28,25 +20,17 @@ struct CliResult {
     std::string Out;
 };
 
-class EngineCommandTest : public ::testing::Test {
+// The fixture's environment (TESSELEX_HOME, XDG_CONFIG_HOME) is what the program inherits.
+class EngineCommandTest : public test::EngineFixture {
   protected:
     void SetUp() override {
-        std::filesystem::create_directories(home_);
-        server_.Start();
-        WriteBytes(home_ / "export.url",
-                   "[InternetShortcut]\r\nURL=" + server_.Address("/config") + "\r\n");
-        WriteBytes(home_ / "cat.ini",
-                   "[Preferences]\r\nHoldWorkFile=" + workfile_.string() + "\r\n");
+        EngineFixture::SetUp();
+        Run("settings set Destination '" + destination_.string() + "'");
     }
 
-    std::string Environment() const {
-        return "TESSELEX_HOME='" + home_.string() + "' XDG_CONFIG_HOME='" +
-               (dir_ / "config").string() + "' ";
-    }
-
-    CliResult Run(const std::string& args) const {
-        const std::string command = Environment() + "'" + TESSELEX_CLI_PATH + "' " + args + " 2>'" +
-                                    (dir_ / "stderr.txt").string() + "'";
+    // Runs a shell script in which $CLI is the program; stdout and the exit status come back.
+    CliResult Shell(const std::string& script) const {
+        const std::string command = std::string("CLI='") + TESSELEX_CLI_PATH + "'; " + script;
         CliResult result;
         FILE* pipe = popen(command.c_str(), "r");
         if (pipe == nullptr) {
@@ -60,17 +44,16 @@ class EngineCommandTest : public ::testing::Test {
         result.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         return result;
     }
+    CliResult Run(const std::string& args) const {
+        return Shell("\"$CLI\" " + args + " 2>>'" + (dir_ / "stderr.txt").string() + "'");
+    }
 
-    test::TempDir dir_;
-    std::filesystem::path home_ = dir_ / "home";
-    std::filesystem::path workfile_ = dir_ / "hold.wrk";
-    std::filesystem::path destination_ = dir_ / "out.mrc";
-    SampleExportServer server_{test::SourceDir() / "data"};
+    std::string sampleWorkfile_ = (test::SourceDir() / "data" / "sample-workfile.mrc").string();
 };
 
 TEST_F(EngineCommandTest, SettingsAreSetAndReadWithoutRegardToCase) {
-    EXPECT_EQ(Run("settings set destination '" + destination_.string() + "'").Status, 0);
-    EXPECT_EQ(Run("settings get DESTINATION").Out, destination_.string() + "\n");
+    EXPECT_EQ(Run("settings set holdtype after").Status, 0);
+    EXPECT_EQ(Run("settings get HOLDTYPE").Out, "after\n");
     const CliResult list = Run("settings list");
     EXPECT_EQ(list.Status, 0);
     EXPECT_NE(("\n" + list.Out).find("\nDestination=" + destination_.string() + "\n"),
@@ -79,81 +62,46 @@ TEST_F(EngineCommandTest, SettingsAreSetAndReadWithoutRegardToCase) {
     EXPECT_EQ(Run("settings frobnicate").Status, 2);
     // The settings went to the temporary location, never anywhere else.
     EXPECT_TRUE(std::filesystem::exists(dir_ / "config" / "TESSELEX" / "TESSELEX.conf"));
-}
 
-TEST_F(EngineCommandTest, RequestPrintsOnlyTheAddress) {
-    Run("settings set Holdtype after");
-    const CliResult result = Run("request 4711");
-    EXPECT_EQ(result.Status, 0);
-    EXPECT_EQ(result.Out, server_.Address("/export?f003=TESSEL&bibid=4711&auth=interleaved&"
-                                          "holdings=after&charset=iso-8859-1") +
-                              "\n");
-    EXPECT_TRUE(server_.Requests().size() == 1U) << "only the start-up's request table";
+    // The request a fetch would send, and nothing else: no record is asked for.
+    const CliResult request = Run("request 4711");
+    EXPECT_EQ(request.Status, 0);
+    EXPECT_EQ(request.Out, server_.Address("/export?f003=TESSEL&bibid=4711&auth=interleaved&"
+                                           "holdings=after&charset=iso-8859-1") +
+                               "\n");
+    EXPECT_EQ(server_.Requests(), std::vector<std::string>{"/config"});
 }
 
 TEST_F(EngineCommandTest, WatchOnceRunsTheWholeCycle) {
-    Run("settings set Destination '" + destination_.string() + "'");
-    WriteBytes(workfile_, ReadBytes(test::SourceDir() / "data" / "sample-workfile.mrc"));
+    WriteBytes(workfile_, ReadBytes(sampleWorkfile_));
     const CliResult result = Run("watch --once");
     EXPECT_EQ(result.Status, 0);
     EXPECT_FALSE(std::filesystem::exists(workfile_));
-    EXPECT_EQ(ReadBytes(destination_), server_.ExportReply("12515882", "interleaved"));
-    EXPECT_NE(result.Out.find("001. \t"), std::string::npos);
-    EXPECT_NE(result.Out.find("\tPost #12515882 sparad till " + destination_.string() + ".\n"),
-              std::string::npos);
+    EXPECT_EQ(ReadBytes(destination_), SampleReply());
+    EXPECT_TRUE(result.Out.starts_with("001. \t"));
+    EXPECT_TRUE(
+        result.Out.ends_with("\tPost #12515882 sparad till " + destination_.string() + ".\n"));
     EXPECT_EQ(Run("settings get LastBibId").Out, "12515882\n");
 }
 
 TEST_F(EngineCommandTest, FetchUsesTheLastBibIdAndReportsErrors) {
-    Run("settings set Destination '" + destination_.string() + "'");
     EXPECT_EQ(Run("fetch").Status, 1) << "no bib id yet: Ingen aktiv post!";
     Run("settings set LastBibId 12515882");
-    const CliResult fetched = Run("fetch");
-    EXPECT_EQ(fetched.Status, 0);
-    EXPECT_EQ(ReadBytes(destination_), server_.ExportReply("12515882", "interleaved"));
+    EXPECT_EQ(Run("fetch").Status, 0);
+    EXPECT_EQ(ReadBytes(destination_), SampleReply());
     EXPECT_EQ(Run("fetch 1 2").Status, 2);
 }
 
-TEST_F(EngineCommandTest, WatchKeepsPollingUntilSigtermEndsIt) {
-    Run("settings set Destination '" + destination_.string() + "'");
-    const std::string home = "TESSELEX_HOME=" + home_.string();
-    const std::string config = "XDG_CONFIG_HOME=" + (dir_ / "config").string();
-    std::vector<char*> env;
-    for (char** e = environ; *e != nullptr; ++e) {
-        const std::string_view entry(*e);
-        if (!entry.starts_with("TESSELEX_HOME=") && !entry.starts_with("XDG_CONFIG_HOME=")) {
-            env.push_back(*e);
-        }
-    }
-    env.push_back(const_cast<char*>(home.c_str()));
-    env.push_back(const_cast<char*>(config.c_str()));
-    env.push_back(nullptr);
-    char watch[] = "watch";
-    char cli[] = TESSELEX_CLI_PATH;
-    char* argv[] = {cli, watch, nullptr};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, (dir_ / "out.txt").c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    pid_t pid = 0;
-    ASSERT_EQ(posix_spawn(&pid, cli, &actions, nullptr, argv, env.data()), 0);
-    posix_spawn_file_actions_destroy(&actions);
-
-    // A workfile dropped while it runs is picked up by a later poll.
-    WriteBytes(workfile_, ReadBytes(test::SourceDir() / "data" / "sample-workfile.mrc"));
-    for (int i = 0; i < 600 && std::filesystem::exists(workfile_); ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    for (int i = 0; i < 600 && ReadBytes(dir_ / "out.txt").find("sparad") == std::string::npos;
-         ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    kill(pid, SIGTERM);
-    int status = 0;
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-    EXPECT_EQ(ReadBytes(destination_), server_.ExportReply("12515882", "interleaved"));
+TEST_F(EngineCommandTest, WatchKeepsPollingUntilSigtermEndsItAfterTheDelivery) {
+    // The workfile appears while the program runs; SIGTERM follows as soon as it is taken.
+    const std::string wf = "'" + workfile_.string() + "'";
+    const CliResult result =
+        Shell("\"$CLI\" watch >/dev/null 2>&1 & pid=$!; cp '" + sampleWorkfile_ + "' " + wf +
+              ".part && mv " + wf + ".part " + wf + "; for i in $(seq 600); do [ -e " + wf +
+              " ] || break; sleep 0.1; done; kill -TERM $pid; wait $pid; "
+              "echo \"exit $?\"");
+    EXPECT_EQ(result.Out, "exit 0\n");
+    EXPECT_EQ(ReadBytes(destination_), SampleReply());
 }
 
 }  // namespace

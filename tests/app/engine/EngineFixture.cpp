@@ -39,9 +39,15 @@ std::string HoldingsRecord(const std::string& link) {
     }
     fields.emplace_back("852",
                         "  \x1F"
-                        "bTes\x1F"
-                        "hQA76");
+                        "bTes");
     return BuildRecord(fields);
+}
+
+void PlaceFile(const std::filesystem::path& path, const std::string& bytes) {
+    std::filesystem::path aside = path;
+    aside += ".part";
+    WriteBytes(aside, bytes);
+    std::filesystem::rename(aside, path);
 }
 
 EngineFixture::EngineFixture() : server_(SourceDir() / "data") {}
@@ -49,7 +55,6 @@ EngineFixture::EngineFixture() : server_(SourceDir() / "data") {}
 void EngineFixture::SetUp() {
     home_ = dir_ / "home";
     std::filesystem::create_directories(home_);
-    std::filesystem::create_directories(dir_ / "config");
     setenv("TESSELEX_HOME", home_.c_str(), 1);
     setenv("XDG_CONFIG_HOME", (dir_ / "config").c_str(), 1);
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
@@ -80,43 +85,32 @@ ExportEngine& EngineFixture::StartUp() {
     return *engine_;
 }
 
-void EngineFixture::WriteWorkfile(const std::string& bytes) {
-    WriteBytes(workfile_, bytes);
+void EngineFixture::FetchNow(const std::u16string& bibId) {
+    engine_->Form().txtBibId.Text = bibId;
+    engine_->Command1_Click();
 }
 
-bool EngineFixture::WasDelivered() const {
-    return std::filesystem::exists(destination_);
+std::string EngineFixture::SampleReply(const std::string& holdings) const {
+    return server_.ExportReply(bibId_, holdings);
 }
 
 std::string EngineFixture::Delivered() const {
-    return WasDelivered() ? ReadBytes(destination_) : std::string();
+    return std::filesystem::exists(destination_) ? ReadBytes(destination_) : std::string();
 }
 
 std::vector<std::string> EngineFixture::ExportRequests() const {
     std::vector<std::string> result;
     for (const std::string& target : server_.Requests()) {
-        if (target.rfind("/export", 0) == 0) {
+        if (target.starts_with("/export")) {
             result.push_back(target);
         }
     }
     return result;
 }
 
-std::vector<std::u16string> EngineFixture::StatusMessages() const {
-    std::vector<std::u16string> result;
-    for (const StatusLine& line : lines_) {
-        result.push_back(line.Message);
-    }
-    return result;
-}
-
-std::string EngineFixture::ErrorLog() const {
-    const auto file = engine_->Log().ErrorLogPath(LocalNow());
-    return std::filesystem::exists(file) ? ReadBytes(file) : std::string();
-}
-
-std::string EngineFixture::ExportLog() const {
-    const auto file = engine_->Log().ExportLogPath(LocalNow());
+std::string EngineFixture::ReadLog(bool errors) const {
+    const DateTime now = LocalNow();
+    const auto file = errors ? engine_->Log().ErrorLogPath(now) : engine_->Log().ExportLogPath(now);
     return std::filesystem::exists(file) ? ReadBytes(file) : std::string();
 }
 

@@ -18,29 +18,28 @@
 
 namespace tesselex::test {
 
-// An ISO 2709 record built from (tag, data) pairs; control fields when the tag is below 010.
+// An ISO 2709 record built from (tag, data) pairs.
 std::string BuildRecord(const std::vector<std::pair<std::string, std::string>>& fields,
                         char type = 'x');
 // A holdings record whose 004 holds the link ("" leaves 004 out).
 std::string HoldingsRecord(const std::string& link);
+// Writes beside the path and renames, so a poller never reads a half-written file.
+void PlaceFile(const std::filesystem::path& path, const std::string& bytes);
 
 class EngineFixture : public ::testing::Test {
-  public:
-    EngineFixture();
-
   protected:
+    EngineFixture();
     void SetUp() override;
     void TearDown() override;
 
-    // Creates the engine (with a stored workfile path through cat.ini) and runs start-up.
+    // Creates the engine (the workfile named through cat.ini) and runs start-up.
     ExportEngine& StartUp();
-    void WriteWorkfile(const std::string& bytes);
-    std::string Delivered() const;
-    bool WasDelivered() const;
+    // A manual fetch of the bib id.
+    void FetchNow(const std::u16string& bibId = u"12515882");
+    std::string SampleReply(const std::string& holdings = "interleaved") const;
+    std::string Delivered() const;  // "" when nothing was delivered
     std::vector<std::string> ExportRequests() const;
-    std::vector<std::u16string> StatusMessages() const;
-    std::string ErrorLog() const;
-    std::string ExportLog() const;
+    std::string ReadLog(bool errors) const;  // today's error or export log
 
     TempDir dir_;
     std::filesystem::path home_;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "config/CfgClass.h"
 #include "config/CodePage.h"
 #include "config/Utf.h"
@@ -17,42 +19,42 @@ using test::WriteBytes;
 
 class ExportEngineTest : public test::EngineFixture {
   protected:
-    std::string SampleReply() const { return server_.ExportReply(bibId_, "interleaved"); }
+    std::size_t BadRecordLines() const {
+        const std::string log = ReadLog(true);
+        const std::string line = ": " + TextToAnsi(BadRecordMessage()) + "\r\n";
+        std::size_t count = 0;
+        for (auto at = log.find(line); at != std::string::npos; at = log.find(line, at + 1)) {
+            ++count;
+        }
+        return count;
+    }
 };
 
 TEST_F(ExportEngineTest, AWorkfileBecomesADeliveredFileInReplyOrder) {
     settings_->StoreSetting(SettingKey::Logging, u"Yes");
     ExportEngine& engine = StartUp();
     EXPECT_EQ(engine.Form().TxtFile.Text, PathToText(workfile_));
-    WriteWorkfile(ReadBytes(test::SourceDir() / "data" / "sample-workfile.mrc"));
+    test::PlaceFile(workfile_, ReadBytes(test::SourceDir() / "data" / "sample-workfile.mrc"));
 
     engine.Timer1_Timer();
 
     EXPECT_FALSE(std::filesystem::exists(workfile_));
     // One bibliographic record and its two holdings records, in one append, as sent.
-    const std::vector<std::u16string> records = SplitRecords(AnsiToText(SampleReply()));
-    ASSERT_EQ(records.size(), 3U);
+    ASSERT_EQ(SplitRecords(AnsiToText(SampleReply())).size(), 3U);
     EXPECT_EQ(Delivered(), SampleReply());
     ASSERT_EQ(ExportRequests().size(), 1U);
     EXPECT_NE(ExportRequests()[0].find("bibid=" + bibId_), std::string::npos);
     EXPECT_EQ(settings_->Setting(SettingKey::LastBibId), u"12515882");
-    EXPECT_EQ(StatusMessages(), std::vector<std::u16string>{u"Post #12515882 sparad till " +
-                                                            PathToText(destination_) + u"."});
-    EXPECT_NE(ExportLog().find("Post #12515882 sparad till"), std::string::npos);
+    const std::u16string saved = u"Post #12515882 sparad till " + PathToText(destination_) + u".";
+    ASSERT_EQ(lines_.size(), 1U);
+    EXPECT_EQ(lines_[0].Message, saved);
+    EXPECT_NE(ReadLog(false).find(": " + TextToAnsi(saved) + "\r\n"), std::string::npos);
     EXPECT_TRUE(engine.Form().Timer1.Enabled);
     EXPECT_TRUE(engine.Form().Command1.Enabled);
-
-    // The display lists every field of the three records: the leaders and both 004 links.
+    // The display lists every field of the three records, record after record.
     const auto& rows = engine.DisplayRows();
-    int leaders = 0;
-    int links = 0;
-    for (const DisplayField& row : rows) {
-        leaders += row.Tag == u"000" ? 1 : 0;
-        links += (row.Tag == u"004" && row.Value == u"12515882") ? 1 : 0;
-    }
-    EXPECT_EQ(leaders, 3);
-    EXPECT_EQ(links, 2);
     EXPECT_EQ(rows.front().Tag, u"000");
+    EXPECT_EQ(std::count_if(rows.begin(), rows.end(), [](auto& r) { return r.Tag == u"000"; }), 3);
 }
 
 TEST_F(ExportEngineTest, ABadRecordIsDroppedAndLoggedWhileItsNeighboursAreDelivered) {
@@ -62,67 +64,104 @@ TEST_F(ExportEngineTest, ABadRecordIsDroppedAndLoggedWhileItsNeighboursAreDelive
     broken.erase(30, 1);  // the leader's length is now off by one
     server_.SetReply(bibId_, TextToAnsi(records[0]) + broken + TextToAnsi(records[2]));
     ExportEngine& engine = StartUp();
-    WriteWorkfile(test::HoldingsRecord(bibId_));
+    test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
 
     engine.Timer1_Timer();
 
     EXPECT_EQ(Delivered(), TextToAnsi(records[0] + records[2]));
-    const std::string expected = TextToAnsi(BadRecordMessage());
-    EXPECT_NE(ErrorLog().find(": " + expected + "\r\n"), std::string::npos);
-    EXPECT_NE(expected.find("best\xE5nds-"), std::string::npos) << "logged in Windows-1252";
-    // Logged only: the one status line is the delivery's.
-    EXPECT_EQ(lines_.size(), 1U);
+    EXPECT_EQ(BadRecordLines(), 1U);
+    EXPECT_NE(ReadLog(true).find("best\xE5nds-"), std::string::npos) << "logged in Windows-1252";
+    EXPECT_EQ(lines_.size(), 1U) << "logged only: the one status line is the delivery's";
 }
 
-TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndNothingIsFetched) {
+TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch) {
     ExportEngine& engine = StartUp();
-    for (const char* link : {"0", "000", "abc", "-12", ""}) {
-        WriteWorkfile(test::HoldingsRecord(link));
+    // The working record now holds a holdings record linked to the sample: none of the files
+    // below may bring that link back.
+    FetchNow();
+    const std::string holdings = test::HoldingsRecord(bibId_);
+    std::string huge;
+    while (huge.size() < (std::size_t{32} << 20)) {
+        huge += "garbage without any structure ";
+    }
+    for (const std::string& contents :
+         {test::HoldingsRecord("0"), test::HoldingsRecord("000"), test::HoldingsRecord("abc"),
+          test::HoldingsRecord("-12"), test::HoldingsRecord(""), std::string(),
+          holdings.substr(0, 30), huge}) {
+        SCOPED_TRACE(contents.substr(0, 40));
+        test::PlaceFile(workfile_, contents);
         engine.Timer1_Timer();
-        EXPECT_FALSE(std::filesystem::exists(workfile_)) << "004 '" << link << "'";
+        EXPECT_FALSE(std::filesystem::exists(workfile_));
         EXPECT_TRUE(engine.Form().Timer1.Enabled);
     }
-    EXPECT_TRUE(ExportRequests().empty());
-    EXPECT_FALSE(WasDelivered());
+    EXPECT_EQ(ExportRequests().size(), 1U);
+    // Cut inside its data, with the directory and the 004 intact, a workfile still counts.
+    test::PlaceFile(workfile_, holdings.substr(0, holdings.size() - 4));
+    engine.Timer1_Timer();
+    EXPECT_EQ(ExportRequests().size(), 2U);
 }
 
-TEST_F(ExportEngineTest, AnUnreachableServerDeliversNothingAndKeepsTheBibIdForARetry) {
+TEST_F(ExportEngineTest, FailedFetchesDeliverNothingAndKeepTheBibIdForARetry) {
+    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
+    server_.SetReply(bibId_, "<html><body>Internal error</body></html>", 500, "text/html");
     ExportEngine& engine = StartUp();
+    FetchNow();  // the error page fails the record check
+    EXPECT_EQ(BadRecordLines(), 1U);
+
     server_.Stop();
-    WriteWorkfile(test::HoldingsRecord(bibId_));
+    test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
     engine.Timer1_Timer();
     EXPECT_FALSE(std::filesystem::exists(workfile_));
-    EXPECT_FALSE(WasDelivered());
+    EXPECT_EQ(Delivered(), "");
     EXPECT_TRUE(lines_.empty());
+    EXPECT_EQ(BadRecordLines(), 1U) << "an unreachable server is not logged";
     EXPECT_EQ(engine.Form().txtBibId.Text, u"12515882");
     EXPECT_TRUE(engine.Form().Timer1.Enabled);
 }
 
-TEST_F(ExportEngineTest, AnHtmlErrorPageFailsTheRecordCheck) {
+TEST_F(ExportEngineTest, BrokenAndHugeRepliesKeepOnlyTheirGoodRecords) {
     settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
-    server_.SetReply(bibId_, "<html><body>Internal error</body></html>", 500, "text/html");
-    ExportEngine& engine = StartUp();
-    engine.Form().txtBibId.Text = u"12515882";
-    engine.Command1_Click();
-    EXPECT_FALSE(WasDelivered());
-    EXPECT_NE(ErrorLog().find(TextToAnsi(BadRecordMessage())), std::string::npos);
-    EXPECT_TRUE(lines_.empty());
+    const std::string good = SampleReply("none");
+    std::string huge(std::size_t{50} << 20, 'x');
+    huge.replace(0, 5, "00042");
+    const struct {
+        const char* Name;
+        std::string Reply;
+        std::string Delivered;  // appended by this reply
+        std::size_t BadLines;
+    } cases[] = {
+        {"50 MB after a good record", good + huge, good, 1},
+        {"no final terminator", good.substr(0, good.size() - 1), good, 0},
+        {"text without terminator", "no records here, only text", "", 1},
+        {"only bad pieces",
+         "00010abc\x1D"
+         "99999\x1D\x1D"
+         "short\x1D",
+         "", 3},
+    };
+    StartUp();
+    std::string delivered;
+    std::size_t badLines = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Name);
+        server_.SetReply(bibId_, c.Reply);
+        FetchNow();
+        delivered += c.Delivered;
+        badLines += c.BadLines;
+        EXPECT_EQ(Delivered(), delivered);
+        EXPECT_EQ(BadRecordLines(), badLines);
+    }
+    EXPECT_EQ(lines_.size(), 2U) << "status lines for the two deliveries only";
 }
 
 TEST_F(ExportEngineTest, AManualFetchNeedsABibId) {
-    ExportEngine& engine = StartUp();
-    engine.Form().txtBibId.Text = u"";
-    engine.Command1_Click();
-    engine.Form().txtBibId.Text = u"-4";
-    engine.Command1_Click();
-    EXPECT_EQ(StatusMessages(),
-              (std::vector<std::u16string>{u"Ingen aktiv post!", u"Ingen aktiv post!"}));
-    EXPECT_TRUE(lines_[0].IsError);
+    StartUp();
+    FetchNow(u"");
+    FetchNow(u"-4");
+    ASSERT_EQ(lines_.size(), 2U);
+    EXPECT_EQ(lines_[0].Message + lines_[1].Message, u"Ingen aktiv post!Ingen aktiv post!");
+    EXPECT_TRUE(lines_[1].IsError);
     EXPECT_TRUE(ExportRequests().empty());
-
-    engine.Form().txtBibId.Text = u"12515882";
-    engine.Command1_Click();
-    EXPECT_EQ(Delivered(), SampleReply());
 }
 
 TEST_F(ExportEngineTest, StartUpFallsBackToTheLocalRequestTableWhenTheServerIsDown) {
@@ -135,27 +174,53 @@ TEST_F(ExportEngineTest, StartUpFallsBackToTheLocalRequestTableWhenTheServerIsDo
     WriteBytes(home_ / "ConfigURL.TXT", server_.RequestTable());
     ExportEngine& engine = StartUp();
     EXPECT_TRUE(engine.ServerNotice().empty());
-    EXPECT_EQ(engine.UrlConfig().Item(u"baseURL")->Value, Utf8ToText(server_.Address("/export?")));
-    EXPECT_EQ(server_.Requests().size(), 0U);
-    engine.Form().txtBibId.Text = u"12515882";
-    engine.Command1_Click();
+    EXPECT_TRUE(server_.Requests().empty());
+    FetchNow();
     EXPECT_EQ(Delivered(), SampleReply());
 }
 
-TEST_F(ExportEngineTest, TheRequestCarriesTheStoredOptions) {
-    settings_->StoreSetting(SettingKey::Holdtype, u"none");
-    settings_->StoreSetting(SettingKey::String003, u"SE-TESL");
-    settings_->StoreSetting(SettingKey::Charset, u"UTF-8");
-    settings_->StoreSetting(SettingKey::Compose, u"compose");
-    settings_->StoreSetting(SettingKey::Libraries, u"Tes Tesm");
+TEST_F(ExportEngineTest, ChosenOptionsAreStoredAndComeBackAfterARestartAndInTheRequest) {
+    settings_->StoreSetting(SettingKey::Libraries, u"Old");
     ExportEngine& engine = StartUp();
-    engine.Form().txtBibId.Text = u"12515882";
-    EXPECT_EQ(engine.BuildRequest(),
-              Utf8ToText(server_.Address("/export?f003=SE-TESL&bibid=12515882&auth=interleaved&"
-                                         "holdings=none&charset=utf-8&compose=nfc&locations=Tes+"
-                                         "Tesm")));
-    engine.Command1_Click();
-    EXPECT_EQ(Delivered(), server_.ExportReply(bibId_, "none"));
+    // No 003 choice yet: the second entry, stored as its text.
+    EXPECT_EQ(settings_->Setting(SettingKey::String003), u"TESSEL");
+    FormState& form = engine.Form();
+    form.Chk035.Value = 1;
+    engine.Chk035_Click();
+    form.ChkISBN.Value = 1;
+    engine.ChkISBN_Click();
+    form.cmbHold.ListIndex = 2;
+    engine.cmbHold_Click();
+    form.cmbAuth.ListIndex = 1;
+    engine.cmbAuth_Click();
+    form.cmbChars.ListIndex = 3;
+    engine.cmbChars_Click();
+    form.cmb003.ListIndex = 0;
+    engine.cmb003_Click();
+    form.TxtSigler.Text = u"Tes Tesm";
+    engine.TxtSigler_Change();
+    engine.SubjectsChosen(u"Tes:sao");
+    engine.SubjectsChosen(u"");
+    engine.ArkivLoggaFel_Click();
+    form.txtBibId.Text = u"";
+    engine.txtBibId_Change();
+    EXPECT_FALSE(form.Command1.Enabled);
+
+    const FormState& again = StartUp().Form();
+    EXPECT_EQ(again.Chk035.Value + again.ChkISBN.Value, 2);
+    EXPECT_EQ(again.cmbChars.Text(), u"UTF-8 Prekomponerad");  // the decomposed choice
+    EXPECT_EQ(again.TxtSubj.Text, u"Tes:sao");
+    EXPECT_TRUE(again.ArkivLoggaFel.Checked);
+    EXPECT_EQ(settings_->StoredSettings().size(), 11U) << "one key per setting, whatever its case";
+    FetchNow();
+    ASSERT_EQ(ExportRequests().size(), 1U);
+    EXPECT_EQ(ExportRequests()[0],
+              "/export?f003=SE-TESL&bibid=12515882&auth=after&holdings=none&"
+              "charset=utf-8&compose=nfc&change035=1&isbn=nohyphens&"
+              "subjects=Tes%3Asao&locations=Tes+Tesm");
+    const FormState& third = StartUp().Form();
+    EXPECT_EQ(third.txtBibId.Text, u"12515882");
+    EXPECT_TRUE(third.Command1.Enabled);
 }
 
 TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnce) {
@@ -167,7 +232,6 @@ TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnce) {
     ExportEngine& engine = StartUp();
     EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes Tesm");
     EXPECT_EQ(settings_->Setting(SettingKey::Subjects), u"Tes:sao");
-    EXPECT_EQ(settings_->Setting(SettingKey::Clear), u"Yes");
     EXPECT_EQ(engine.Form().cmbChars.Text(), u"UTF-8 Dekomponerad");
     EXPECT_EQ(engine.Form().TxtFile.Text, u"/old/work.fil");
     EXPECT_EQ(engine.Form().ChkClear.Value, 1);
@@ -182,104 +246,57 @@ TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnce) {
     EXPECT_TRUE(std::filesystem::exists(home_ / "Config.TXT"));
     ASSERT_EQ(messages_.size(), 1U);
     EXPECT_EQ(messages_[0].first, u"Fel vid namnändring");
-    EXPECT_EQ(messages_[0].second.rfind(u"TESSELEX  använder inte längre filen " +
-                                            PathToText(home_ / "Config.TXT") + u". Första",
-                                        0),
-              0U);
-    EXPECT_TRUE(messages_[0].second.ends_with(
-        u"\r\n\r\nTa i så fall manuellt bort såväl " + PathToText(home_ / "Config.TXT") + u" som " +
-        PathToText(home_ / "config_old.TXT") +
-        u" från datorn efter att du kört TESSEL EX en gång. "));
+    const std::u16string config = PathToText(home_ / "Config.TXT");
+    EXPECT_TRUE(messages_[0].second.starts_with(u"TESSELEX  använder inte längre filen " + config +
+                                                u". Första"));
+    EXPECT_TRUE(
+        messages_[0].second.ends_with(u"\r\n\r\nTa i så fall manuellt bort såväl " + config +
+                                      u" som " + PathToText(home_ / "config_old.TXT") +
+                                      u" från datorn efter att du kört TESSEL EX en gång. "));
 }
 
 TEST_F(ExportEngineTest, AMissingWorkfileNameIsReported) {
     std::filesystem::remove(home_ / "cat.ini");
     StartUp();
-    ASSERT_EQ(messages_.size(), 1U);
-    EXPECT_EQ(messages_[0].first, u"TESSEL Export");
-    EXPECT_EQ(messages_[0].second,
-              u"Du måste ange ett filnamn i Voyager "
-              u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg");
+    EXPECT_EQ(messages_,
+              (std::vector<std::pair<std::u16string, std::u16string>>{
+                  {u"TESSEL Export",
+                   u"Du måste ange ett filnamn i Voyager "
+                   u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg"}}));
 }
 
-TEST_F(ExportEngineTest, StartUpFillsTheFormFromTheSettings) {
-    settings_->StoreSetting(SettingKey::ISBNDehyphenate, u"Yes");
-    settings_->StoreSetting(SettingKey::Authtype, u"after");
-    settings_->StoreSetting(SettingKey::LastBibId, u"77");
-    settings_->StoreSetting(SettingKey::FTPDirectory, u"  /in  ");
-    ExportEngine& engine = StartUp();
-    EXPECT_EQ(engine.Form().ChkISBN.Value, 1);
-    EXPECT_EQ(engine.Form().Chk035.Value, 0);
-    EXPECT_EQ(engine.Form().cmbAuth.ListIndex, 1);
-    EXPECT_EQ(engine.Form().txtBibId.Text, u"77");
-    EXPECT_TRUE(engine.Form().Command1.Enabled);
-    EXPECT_EQ(engine.Ftp().Directory, u"/in");
-    // No 003 choice yet: the second entry, stored as its text.
-    EXPECT_EQ(engine.Form().cmb003.ListIndex, 1);
-    EXPECT_EQ(settings_->Setting(SettingKey::String003), u"TESSEL");
-    EXPECT_TRUE(std::filesystem::is_directory(home_ / "Logs"));
-}
-
-TEST_F(ExportEngineTest, TheDecomposedChoiceComesBackAsComposedAfterARestart) {
-    ExportEngine& engine = StartUp();
-    engine.Form().cmbChars.ListIndex = 3;
-    engine.cmbChars_Click();
-    engine.Form().cmb003.ListIndex = 0;
-    engine.cmb003_Click();
-    ExportEngine& again = StartUp();
-    EXPECT_EQ(again.Form().cmbChars.Text(), u"UTF-8 Prekomponerad");
-    EXPECT_EQ(again.Form().cmb003.ListIndex, 0);
-}
-
-TEST_F(ExportEngineTest, OptionEventsStoreTheirSettings) {
-    ExportEngine& engine = StartUp();
-    engine.Form().Chk035.Value = 1;
-    engine.Chk035_Click();
-    engine.Form().cmbHold.ListIndex = 2;
-    engine.cmbHold_Click();
-    engine.Form().TxtSigler.Text = u"Tes";
-    engine.TxtSigler_Change();
-    engine.SubjectsChosen(u"");
-    engine.SubjectsChosen(u"Tes:sao");
-    engine.ArkivLoggaFel_Click();
-    engine.Form().txtBibId.Text = u"";
-    engine.txtBibId_Change();
-    EXPECT_FALSE(engine.Form().Command1.Enabled);
-    engine.Form().txtBibId.Text = u"5";
-    engine.txtBibId_Change();
-    EXPECT_TRUE(engine.Form().Command1.Enabled);
-    EXPECT_EQ(settings_->Setting(SettingKey::Change035), u"Yes");
-    EXPECT_EQ(settings_->Setting(SettingKey::Holdtype), u"none");
-    EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes");
-    EXPECT_EQ(settings_->Setting(SettingKey::Subjects), u"Tes:sao");
-    EXPECT_EQ(settings_->Setting(SettingKey::LogErrors), u"Yes");
-    EXPECT_TRUE(engine.Log().LogErrors());
-    ASSERT_EQ(settings_->StoredSettings().size(), 7U) << "one key per setting, whatever its case";
-}
-
-TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileAfterAskingAndStartsAgain) {
+TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUnchanged) {
     settings_->StoreSetting(SettingKey::Libraries, u"Tes Åbo");
+    settings_->StoreSetting(SettingKey::Subjects, u"B:sao ; A:sao,lcsh");
+    settings_->StoreSetting(SettingKey::Holdtype, u"none");
+    settings_->StoreSetting(SettingKey::Charset, u"UTF-8");
+    settings_->StoreSetting(SettingKey::Compose, u"decompose");
     ExportEngine& engine = StartUp();
-    WriteBytes(home_ / "Config.TXT", "old");
+    // An old file named in other letters is the one replaced, not left beside the new one.
+    WriteBytes(home_ / "config.txt", "Sigler=Old\r\n");
+
     engine.SaveConfig();  // no question seam: the headless default answers yes
-    EXPECT_EQ(ReadBytes(home_ / "Config.BAK"), "old");
-    // Start-up ran again and moved the new file aside as an old one.
+
+    EXPECT_EQ(ReadBytes(home_ / "Config.BAK"), "Sigler=Old\r\n");
+    // Start-up ran again, copied the new file and moved it aside.
     const std::string written = ReadBytes(home_ / "config_old.TXT");
-    EXPECT_EQ(written.rfind("Sigler=Tes \xC5"
-                            "bo\r\n\xC4mnesord=\r\nTecken=LATIN1\r\n",
-                            0),
-              0U);
+    EXPECT_TRUE(
+        written.starts_with("Sigler=Tes \xC5"
+                            "bo\r\n\xC4mnesord=B:sao ; A:sao,lcsh\r\n"
+                            "Tecken=UTF8/FORMD\r\n"));
     EXPECT_NE(written.find("\r\n[FTP]\r\nServer=\r\nAnv\xE4ndare=\r\n"), std::string::npos);
+    EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes Åbo");
+    EXPECT_EQ(settings_->Setting(SettingKey::Subjects), u"B:sao ; A:sao,lcsh");
+    EXPECT_EQ(engine.Form().TxtSubj.Text, u"B:sao ; A:sao,lcsh");
+    EXPECT_EQ(settings_->Setting(SettingKey::Holdtype), u"none");
+    EXPECT_EQ(engine.Form().cmbChars.ListIndex, 3);
     ASSERT_FALSE(messages_.empty());
     EXPECT_EQ(messages_[0].second, u"Ändringar sparade.");
 }
 
 TEST_F(ExportEngineTest, SaveConfigAnsweredNoChangesNothing) {
     EngineSeams seams;
-    seams.AskYesNo = [](const std::u16string& question) {
-        EXPECT_EQ(question, u"Spara ändringar?");
-        return false;
-    };
+    seams.AskYesNo = [](const std::u16string& question) { return question != u"Spara ändringar?"; };
     ExportEngine engine(*settings_, seams);
     engine.SaveConfig();
     EXPECT_FALSE(std::filesystem::exists(home_ / "Config.TXT"));
@@ -294,15 +311,12 @@ TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
                                                      'a');
     server_.SetReply("1001", utf8Record);
     ExportEngine& engine = StartUp();
-    engine.Form().txtBibId.Text = u"1001";
     for (const int charset : {0, 2}) {
         engine.Form().cmbChars.ListIndex = charset;
-        engine.Command1_Click();
+        FetchNow(u"1001");
         ASSERT_EQ(engine.DisplayRows().size(), 3U);
         const DisplayField& title = engine.DisplayRows()[2];
-        EXPECT_EQ(title.Tag, u"245");
-        EXPECT_EQ(title.Indicator1, u"1");
-        EXPECT_EQ(title.Indicator2, u"0");
+        EXPECT_EQ(title.Tag + title.Indicator1 + title.Indicator2, u"24510");
         EXPECT_NE(title.Value.find(charset == 0 ? u"\u00C3\u2026ret" : u"Året"),
                   std::u16string::npos);
     }
@@ -327,8 +341,10 @@ class ExportEngineFtpTest : public ExportEngineTest {
         settings_->StoreSetting(SettingKey::FTPServer, ftp_.ServerText());
         settings_->StoreSetting(SettingKey::FTPUser, ftp_.UserText());
         settings_->StoreSetting(SettingKey::FTPPassword, ftp_.PasswordText());
+        settings_->StoreSetting(SettingKey::FTPDirectory, u"  ./  ");  // trimmed when read
         settings_->StoreSetting(SettingKey::FTPFilename, u"export.mrc");
         settings_->StoreSetting(SettingKey::Clear, u"No");
+        settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
     }
     test::LoopbackFtpServer ftp_;
 };
@@ -338,11 +354,11 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAlone) {
     EXPECT_EQ(engine.Form().ChkClear.Value, 1);
     EXPECT_FALSE(engine.Form().ChkClear.Enabled);
     WriteBytes(destination_, "left over from yesterday");
-    WriteWorkfile(test::HoldingsRecord(bibId_));
+    test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
     engine.Timer1_Timer();
     EXPECT_EQ(Delivered(), SampleReply());
     EXPECT_EQ(ReadBytes(ftp_.Root() / "export.mrc"), SampleReply());
-    EXPECT_EQ(StatusMessages().back(), u"Skickat post #12515882 till " + ftp_.ServerText());
+    EXPECT_EQ(lines_.back().Message, u"Skickat post #12515882 till " + ftp_.ServerText());
 
     // Clearing the server in the FTP dialog gives the option back, ticked as stored.
     engine.FtpSettingsChosen({});
@@ -351,28 +367,23 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAlone) {
     EXPECT_FALSE(engine.ClearFlag());
 }
 
-TEST_F(ExportEngineFtpTest, ARefusedLoginLeavesTheDeliveredFile) {
+TEST_F(ExportEngineFtpTest, AFailedSaveSkipsTheUploadAndARefusedLoginKeepsTheFile) {
     settings_->StoreSetting(SettingKey::FTPPassword, u"wrong");
-    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
     ExportEngine& engine = StartUp();
-    engine.Form().txtBibId.Text = u"12515882";
-    engine.Command1_Click();
+    engine.Form().TxtDest.Text = PathToText(dir_ / "missing" / "out.mrc");
+    FetchNow();
+    EXPECT_FALSE(std::filesystem::exists(dir_ / "missing"));
+    EXPECT_TRUE(lines_.empty());
+    EXPECT_EQ(ReadLog(true), "");
+
+    engine.Form().TxtDest.Text = PathToText(destination_);
+    FetchNow();
     EXPECT_EQ(Delivered(), SampleReply());
     ASSERT_EQ(lines_.size(), 2U);
     EXPECT_EQ(lines_[1].Message, u"Kunde inte ansluta med FTP till " + ftp_.ServerText());
     EXPECT_TRUE(lines_[1].IsError);
-    EXPECT_NE(ErrorLog().find(": Kunde inte ansluta med FTP till "), std::string::npos);
+    EXPECT_NE(ReadLog(true).find(": Kunde inte ansluta med FTP till "), std::string::npos);
     EXPECT_TRUE(std::filesystem::is_empty(ftp_.Root()));
-}
-
-TEST_F(ExportEngineFtpTest, AnUnwritableDestinationStopsBeforeFtp) {
-    settings_->StoreSetting(SettingKey::Destination, PathToText(dir_ / "missing" / "out.mrc"));
-    ExportEngine& engine = StartUp();
-    engine.Form().txtBibId.Text = u"12515882";
-    engine.Command1_Click();
-    EXPECT_TRUE(std::filesystem::is_empty(ftp_.Root()));
-    EXPECT_FALSE(std::filesystem::exists(dir_ / "missing"));
-    EXPECT_TRUE(lines_.empty());
 }
 
 }  // namespace

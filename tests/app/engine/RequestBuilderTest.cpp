@@ -36,12 +36,6 @@ TEST_F(RequestBuilderTest, PiecesFollowFormOrderAfterBaseUrl) {
               u"isbn=keep&subj=Tes%3Asao%2Clcsh&loc=Tes+Åbo");
 }
 
-TEST_F(RequestBuilderTest, BaseWithoutQuestionMarkGetsAnAmpersandFirst) {
-    Table(u"baseURL=http://h/x?a=1\r\n[bibid]\r\nname=bibid\r\n");
-    form_.txtBibId.Text = u"7";
-    EXPECT_EQ(BuildRequest(form_, table_), u"http://h/x?a=1&bibid=7");
-}
-
 TEST_F(RequestBuilderTest, EmptyTextUsesTheDefaultOfTheParameterName) {
     Table(
         u"baseURL=b?\r\n[bibid]\r\nname=id\r\ndefault=never\r\n[locations]\r\nname=loc\r\n"
