@@ -92,8 +92,8 @@ TEST(MarcObjectFieldRules, ValueRebuildsFromSubfieldsAndShowsBackslashes) {
 // at once, whatever the text looks like.
 TEST(MarcObjectFieldRules, DeferredParseMatchesImmediateParse) {
     for (const char16_t* raw :
-         {u"$aTitle$bsub", u"lead$aTitle", u"$a Title $b x ", u"$aTitle$", u"$a$bx", u"$aC:^x$by",
-          u"$$x$a$", u"no delimiter", u"", u"$", u"$a   ", u"$aone$aone$bthree"}) {
+         {u"$aTitle$bsub", u"lead$aTitle", u"$a Title $b x ", u"$aTitle $bx", u"$aTitle$", u"$a$bx",
+          u"$aC:^x$by", u"$$x$a$", u"no delimiter", u"", u"$", u"$a   ", u"$aone$aone$bthree"}) {
         const std::u16string text = Text(raw);
         SCOPED_TRACE(std::string(text.begin(), text.end()));
         MarcObjectField deferred;

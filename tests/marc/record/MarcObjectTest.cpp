@@ -36,65 +36,48 @@ class MarcObjectTest : public ::testing::Test {
     MarcObject record;
 };
 
-// --- Leader ------------------------------------------------------------------------------
-
 TEST_F(MarcObjectTest, LeaderDefaultLengthRuleAndTypedPositions) {
     EXPECT_EQ(record.Leader(), u"00000naa  2200000 u 45  ");
     EXPECT_EQ(record.RecordType() + record.BibLevel() + record.CharacterSet(), u"aa ");
-    EXPECT_EQ(record.FieldCount(), 1);
     record.SetLeader(u"01234cam  2200301 a 450");
     record.SetLeader(u"01234cam  2200301 a 45000");
-    EXPECT_EQ(record.Leader(), MarcObject::DefaultLeader) << "only 24 characters are taken";
-
     record.SetRecordType(u"");
     EXPECT_EQ(record.Leader(), MarcObject::DefaultLeader);
-    record.SetRecordType(u"cm");
+    record.SetRecordType(u"cm");  // only the first character is written
     record.SetBibLevel(u"s");
     record.SetCharacterSet(u"a");
-    EXPECT_EQ(record.Leader(), u"00000ncs a2200000 u 45  ");
-    EXPECT_EQ(record.RecordType() + record.BibLevel() + record.CharacterSet(), u"csa");
-
     record.SetLeaderValue(18, u"4");
     record.SetLeaderValue(23, u"xyz");  // would run past position 24
+    EXPECT_EQ(record.Leader(), u"00000ncs a22000004u 45  ");
+    EXPECT_EQ(record.RecordType() + record.BibLevel() + record.CharacterSet(), u"csa");
     EXPECT_EQ(record.GetLeaderValue(13, 6), u"000004");
     EXPECT_EQ(record.GetLeaderValue(20, 10), u"");
     record.SetLeader(u"01234cam  2200301 a 4500");
     EXPECT_EQ(record.Leader(), u"01234cam  2200301 a 4500");
 }
 
-// --- Export ------------------------------------------------------------------------------
-
 TEST_F(MarcObjectTest, ExportWritesLeaderDirectoryAndData) {
     EXPECT_EQ(record.Export(2, 0), u"00026naa  2200025 u 45  " + FT + RT);
     Add(1, u"", u"ocm123");
     Add(245, u"10", SF + u"aTitle");
+    Add(500, u"  ", u"    ");  // a data field of blanks is left out
     EXPECT_EQ(record.Export(2, 0), u"00067naa  2200049 u 45  001000700000245001000007" + FT +
                                        u"ocm123" + FT + u"10" + SF + u"aTitle" + FT + RT);
     EXPECT_EQ(record.Leader(), MarcObject::DefaultLeader) << "export must not change the record";
+    Add(8, u"", std::u16string(40, u' '), true);  // a control field of blanks is not
+    EXPECT_EQ(record.Export(2, 0).substr(48, 13), u"008004100017" + FT);
 }
 
-TEST_F(MarcObjectTest, ExportSetsCharacterCodingOnlyForEncodingsZeroAndThree) {
+TEST_F(MarcObjectTest, ExportEncodingsAndTheCodingSchemePosition) {
     record.SetCharacterSet(u"z");
     EXPECT_EQ(record.Export(3, 1)[9], u'a');
     EXPECT_EQ(record.Export(0, 0)[9], u' ');
     for (int encoding : {1, 2, 4, 5, 9}) {
         EXPECT_EQ(record.Export(encoding, 0)[9], u'z') << "encoding " << encoding;
     }
-    EXPECT_EQ(record.CharacterSet(), u"z");
-}
-
-TEST_F(MarcObjectTest, ExportLeavesOutDataFieldsOfBlanksButKeepsBlankControlFields) {
-    Add(500, u"  ", u"    ");
-    Add(8, u"", std::u16string(40, u' '), true);
-    const std::u16string out = record.Export(2, 0);
-    EXPECT_EQ(out.substr(24, 13), u"008004100000" + FT);
-    EXPECT_EQ(out.size(), 24u + 12u + 1u + 41u + 1u);
-}
-
-TEST_F(MarcObjectTest, ExportUtf8CountsBytesInTheDirectory) {
+    // UTF-8: "00" + delimiter + "a" + two 2-byte letters and a "t" + terminator = 10 bytes.
     Add(245, u"00", SF + u"a\u00E9t\u00E9");
     const std::u16string out = record.Export(3, 1);
-    // "00" + delimiter + "a" + two 2-byte letters and a "t" + terminator = 10 bytes
     EXPECT_EQ(out.substr(24, 12), u"245001000000");
     EXPECT_NE(out.find(u"\u00C3\u00A9t\u00C3\u00A9"), std::u16string::npos);
 }
@@ -111,8 +94,6 @@ TEST_F(MarcObjectTest, LengthsThatOutgrowTheirWidthKeepAllDigits) {
     EXPECT_EQ(out.substr(0, 6), FormatNumber(static_cast<long long>(out.size()) - 1, 6));
     EXPECT_EQ(out.substr(13, 5), u"00051");
 }
-
-// --- Import ------------------------------------------------------------------------------
 
 TEST_F(MarcObjectTest, ImportReadsLeaderControlAndDataFieldsAndReplacesTheRecord) {
     Add(500, u"  ", SF + u"aold");
@@ -134,13 +115,16 @@ TEST_F(MarcObjectTest, FieldKindIsDecidedByTagAndContent) {
     record.Import(Iso({{u"007", u"cr"},
                        {u"009", u"plain"},
                        {u"009", u"  " + SF + u"asub"},
-                       {u"005", u"  " + SF + u"aq"},
+                       {u"005", u"  " + SF +
+                                    u"aq\x13"
+                                    u"bold delimiter"},
                        {u"001", u"ab"},
                        {u"500", u" " + SF},
                        {u"020", u""}}));
     EXPECT_EQ(F(7)->FixedLength(), 2) << "even a 2-character 007 is kept";
     EXPECT_EQ(F(9, 1)->Value(), u"plain");
-    EXPECT_EQ(F(9, 2)->Subfields()->Count() + F(5)->Subfields()->Count(), 2);
+    EXPECT_EQ(F(9, 2)->Subfields()->Count(), 1);
+    EXPECT_EQ(Sub(5, u'b'), u"old delimiter") << "character 19 is read as the delimiter";
     EXPECT_EQ(record.FieldCount(), 5) << "entries of 2 characters or fewer are dropped";
     // Only tags up to 8 are written as bare values: 009 gets its indicators in front.
     EXPECT_NE(record.Export(2, 0).find(FT + u"  plain" + FT), std::u16string::npos);
@@ -157,14 +141,6 @@ TEST_F(MarcObjectTest, BackslashIsHeldAsCharacter20AndRestoredOnExport) {
     record.Import(Iso({{u"245", u"00" + SF + u"aC:\\x"}}));
     EXPECT_EQ(F(245)->Subfields()->Field(u'a')->StoredValue(), u"C:\x14x");
     EXPECT_EQ(Sub(245, u'a'), u"C:\\x");
-}
-
-TEST_F(MarcObjectTest, Character19IsReadAsSubfieldDelimiter) {
-    record.Import(Iso({{u"245", u"00" + SF +
-                                    u"aOne\x13"
-                                    u"bTwo"}}));
-    EXPECT_EQ(F(245)->Subfields()->Count(), 2);
-    EXPECT_EQ(Sub(245, u'b'), u"Two");
 }
 
 TEST_F(MarcObjectTest, Utf8SourceDecodesDataFieldsOnly) {
@@ -209,40 +185,25 @@ TEST_F(MarcObjectTest, RefusedFieldsAreCountedNotFatal) {
     EXPECT_EQ(record.RefusedFields(), 0) << "counted per import";
 }
 
-// --- Locating the parts of malformed records --------------------------------------------
-
-TEST_F(MarcObjectTest, ZeroOrNonNumericBaseAddressEndsTheDirectoryAtTheFirstTerminator) {
-    for (const std::u16string base : {u"00000", u"abcde"}) {
-        std::u16string iso = Iso({{u"001", u"ocm1"}, {u"245", Title}});
-        iso.replace(12, 5, base);
-        record.Import(iso);
-        EXPECT_EQ(record.FieldCount(), 3);
-        EXPECT_EQ(F(1)->Value() + F(245)->Indicator(1), u"ocm11");
+TEST_F(MarcObjectTest, WrongBaseAddressesAndDirectories) {
+    const std::u16string good = Iso({{u"001", u"ocm1"}, {u"245", Title}});
+    // Zero or not a number: the directory ends at the first terminator. Beyond the record: the
+    // directory runs to the end, but the data falls back to what follows the first terminator,
+    // so the real entries still find their texts.
+    for (const std::u16string base : {u"00000", u"abcde", u"99999"}) {
+        std::u16string iso = good;
+        record.Import(iso.replace(12, 5, base));
+        EXPECT_EQ(F(1)->Value() + Sub(245, u'a'), u"ocm1A title /");
     }
-}
-
-TEST_F(MarcObjectTest, WrongBaseAddresses) {
-    std::u16string iso = Iso({{u"001", u"ocm1"}, {u"245", Title}});
-    // Beyond the record: the directory runs to the end, but the data falls back to what
-    // follows the first terminator, so the real entries still find their texts.
-    iso.replace(12, 5, u"99999");
-    record.Import(iso);
-    EXPECT_EQ(F(1)->Value(), u"ocm1");
-    EXPECT_EQ(Sub(245, u'a'), u"A title /");
     // Inside the record but one entry short: one entry, whose text is read from position 38,
     // inside the second directory entry, up to the directory terminator.
-    iso.replace(12, 5, u"00037");
-    record.Import(iso);
+    std::u16string iso = good;
+    record.Import(iso.replace(12, 5, u"00037"));
     EXPECT_EQ(record.FieldCount(), 2);
     EXPECT_EQ(F(1)->Value(), iso.substr(37, iso.find(FT) - 37));
-}
-
-TEST_F(MarcObjectTest, DirectoryLongerThanTheDataRepeatsTheLastText) {
-    std::u16string iso = Iso({{u"001", u"ocm1"}, {u"245", Title}});
-    iso.insert(48, u"500001000040");
-    iso.replace(12, 5, u"00061");
-    record.Import(iso);
-    ASSERT_TRUE(record.MarcFields()->TagExists(500));
+    // More entries than the data has fields: the last text is repeated.
+    iso = good;
+    record.Import(iso.insert(48, u"500001000040").replace(12, 5, u"00061"));
     EXPECT_EQ(F(500)->Value(), F(245)->Value());
     EXPECT_EQ(F(500)->Indicator(1), u"1");
 }
@@ -267,8 +228,6 @@ TEST_F(MarcObjectTest, ShortUnterminatedOrOddRecords) {
     EXPECT_EQ(Sub(500, u'a'), u"a" + RT + u"b");
     EXPECT_EQ(F(245)->Indicator(1), u"1");
 }
-
-// --- Character map -----------------------------------------------------------------------
 
 TEST_F(MarcObjectTest, CharacterMapIsAppliedOnImportAndDroppedByANewValue) {
     test::TempDir dir;

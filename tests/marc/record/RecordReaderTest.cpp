@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -75,6 +76,16 @@ TEST(RecordReaderTest, ReadsFilesAndReportsMissingOnes) {
 
     EXPECT_FALSE(RecordReader(dir / "missing.mrc").IsOpen());
     EXPECT_FALSE(RecordReader(dir.Path()).IsOpen()) << "a folder is not a record file";
+}
+
+TEST(RecordReaderTest, ReadErrorIsToldFromTheEnd) {
+    struct BrokenBuffer : std::streambuf {
+        int_type underflow() override { throw std::runtime_error("device gone"); }
+    } broken;
+    std::istream in(&broken);
+    RecordReader reader(in);
+    EXPECT_TRUE(ReadAll(reader).empty());
+    EXPECT_TRUE(reader.Failed());
 }
 
 TEST(RecordReaderTest, LengthCheckComparesTheStatedWithTheRealLength) {
