@@ -101,22 +101,23 @@ TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch
     EXPECT_EQ(ExportRequests().size(), 2U);
 }
 
-TEST_F(ExportEngineTest, FailedFetchesDeliverNothingAndKeepTheBibIdForARetry) {
-    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
-    server_.SetReply(bibId_, "<html><body>Internal error</body></html>", 500, "text/html");
+TEST_F(ExportEngineTest, NoBibIdOrNoServerDeliversNothingAndKeepsTheBibIdForARetry) {
     ExportEngine& engine = StartUp();
-    FetchNow();  // the error page fails the record check
-    EXPECT_EQ(BadRecordLines(), 1U);
+    FetchNow(u"");
+    FetchNow(u"-4");
+    ASSERT_EQ(lines_.size(), 2U);
+    EXPECT_EQ(lines_[0].Message + lines_[1].Message, u"Ingen aktiv post!Ingen aktiv post!");
+    EXPECT_TRUE(lines_[1].IsError);
 
     server_.Stop();
     test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
     engine.Timer1_Timer();
     EXPECT_FALSE(std::filesystem::exists(workfile_));
     EXPECT_EQ(Delivered(), "");
-    EXPECT_TRUE(lines_.empty());
-    EXPECT_EQ(BadRecordLines(), 1U) << "an unreachable server is not logged";
+    EXPECT_EQ(lines_.size(), 2U) << "an unreachable server is not reported";
     EXPECT_EQ(engine.Form().txtBibId.Text, u"12515882");
     EXPECT_TRUE(engine.Form().Timer1.Enabled);
+    EXPECT_TRUE(server_.Requests().size() == 1U) << "only the start-up's request table";
 }
 
 TEST_F(ExportEngineTest, BrokenAndHugeRepliesKeepOnlyTheirGoodRecords) {
@@ -129,9 +130,11 @@ TEST_F(ExportEngineTest, BrokenAndHugeRepliesKeepOnlyTheirGoodRecords) {
         std::string Reply;
         std::string Delivered;  // appended by this reply
         std::size_t BadLines;
+        int Status = 200;
     } cases[] = {
         {"50 MB after a good record", good + huge, good, 1},
         {"no final terminator", good.substr(0, good.size() - 1), good, 0},
+        {"an HTML error page", "<html><body>Internal error</body></html>", "", 1, 500},
         {"text without terminator", "no records here, only text", "", 1},
         {"only bad pieces",
          "00010abc\x1D"
@@ -144,7 +147,7 @@ TEST_F(ExportEngineTest, BrokenAndHugeRepliesKeepOnlyTheirGoodRecords) {
     std::size_t badLines = 0;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.Name);
-        server_.SetReply(bibId_, c.Reply);
+        server_.SetReply(bibId_, c.Reply, c.Status);
         FetchNow();
         delivered += c.Delivered;
         badLines += c.BadLines;
@@ -154,17 +157,8 @@ TEST_F(ExportEngineTest, BrokenAndHugeRepliesKeepOnlyTheirGoodRecords) {
     EXPECT_EQ(lines_.size(), 2U) << "status lines for the two deliveries only";
 }
 
-TEST_F(ExportEngineTest, AManualFetchNeedsABibId) {
-    StartUp();
-    FetchNow(u"");
-    FetchNow(u"-4");
-    ASSERT_EQ(lines_.size(), 2U);
-    EXPECT_EQ(lines_[0].Message + lines_[1].Message, u"Ingen aktiv post!Ingen aktiv post!");
-    EXPECT_TRUE(lines_[1].IsError);
-    EXPECT_TRUE(ExportRequests().empty());
-}
-
-TEST_F(ExportEngineTest, StartUpFallsBackToTheLocalRequestTableWhenTheServerIsDown) {
+TEST_F(ExportEngineTest, TheRequestTableFallsBackToTheLocalFileWhileTheServerIsDown) {
+    const std::string live = server_.Address("/config");
     {
         SampleExportServer gone(test::SourceDir() / "data");
         gone.Start();
@@ -177,6 +171,11 @@ TEST_F(ExportEngineTest, StartUpFallsBackToTheLocalRequestTableWhenTheServerIsDo
     EXPECT_TRUE(server_.Requests().empty());
     FetchNow();
     EXPECT_EQ(Delivered(), SampleReply());
+
+    // The server address dialog's new address is written and used at once.
+    engine.ServerAddressChosen(Utf8ToText(live));
+    EXPECT_EQ(ReadBytes(home_ / "export.url"), "[InternetShortcut]\r\nURL=" + live + "\r\n");
+    EXPECT_EQ(engine.ServerNotice(), Utf8ToText(server_.RequestTable()));
 }
 
 TEST_F(ExportEngineTest, ChosenOptionsAreStoredAndComeBackAfterARestartAndInTheRequest) {
@@ -322,16 +321,6 @@ TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
     }
     // The bytes are delivered as sent, whatever the display made of them.
     EXPECT_EQ(Delivered(), utf8Record + utf8Record);
-}
-
-TEST_F(ExportEngineTest, ANewServerAddressIsWrittenAndUsedAtOnce) {
-    std::filesystem::remove(home_ / "export.url");
-    ExportEngine& engine = StartUp();
-    EXPECT_TRUE(engine.UrlConfig().Item(u"baseURL")->Value.empty());
-    engine.ServerAddressChosen(Utf8ToText(server_.Address("/config")));
-    EXPECT_EQ(engine.UrlConfig().Item(u"baseURL")->Value, Utf8ToText(server_.Address("/export?")));
-    EXPECT_EQ(ReadBytes(home_ / "export.url"),
-              "[InternetShortcut]\r\nURL=" + server_.Address("/config") + "\r\n");
 }
 
 class ExportEngineFtpTest : public ExportEngineTest {

@@ -10,24 +10,8 @@
 namespace tesselex {
 namespace {
 
-TEST(Settings, KeysAreOneSettingWhateverTheirCaseAndSurviveANewInstance) {
-    test::TempDir dir;
-    {
-        Settings settings(dir / "settings.ini");
-        EXPECT_EQ(settings.Setting(SettingKey::Libraries), u"");
-        settings.StoreSetting(u"Libraries", u"Tes Tesm");
-        settings.StoreSetting(u"libraries", u"Åbo &USER&");
-    }
-    Settings again(dir / "settings.ini");
-    EXPECT_EQ(again.Setting(u"LIBRARIES"), u"Åbo &USER&");
-    // The first spelling is kept, and no second key appears beside it.
-    const auto stored = again.StoredSettings();
-    ASSERT_EQ(stored.size(), 1U);
-    EXPECT_EQ(stored[0].first, u"Libraries");
-    EXPECT_EQ(FindSettingKey(u"ftpserver"), SettingKey::FTPServer);
-    EXPECT_FALSE(FindSettingKey(u"VoyagerFil").has_value());
-}
-
+// Keys without regard to case and values kept across processes are checked through the
+// program's own commands and events (EngineCommandTest, ExportEngineTest).
 TEST(Settings, VoyagerWorkfileComesFromTheClientsOwnSettings) {
     test::TempDir dir;
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
