@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "config/Error.h"
 #include "marc/MarcObjectFields.h"
 
 namespace {
@@ -90,10 +91,28 @@ void BM_ImportExportRoundTrip(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * n);
 }
 
+// A malformed record with more fields than the index holds: every field past the limit is
+// refused by the index (and kept), which must cost no more than adding it.
+void BM_AddPastTheIndexLimit(benchmark::State& state) {
+    const int n = static_cast<int>(state.range(0));
+    for (auto _ : state) {
+        MarcObjectFields fields;
+        for (int i = 0; i < n; ++i) {
+            try {
+                fields.Add(650, u"", u"0", kValue);
+            } catch (const tesselex::Error&) {
+            }
+        }
+        benchmark::DoNotOptimize(fields.Count());
+    }
+    state.SetItemsProcessed(state.iterations() * n);
+}
+
 BENCHMARK(BM_AddAndLookUpDistinctTags)->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(BM_AddAndLookUpRepeatedTag)->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(BM_LookUpRepeatedTagBackwards)->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(BM_ImportExportRoundTrip)->Arg(10)->Arg(100)->Arg(1000);
+BENCHMARK(BM_AddPastTheIndexLimit)->Arg(1500)->Arg(3000)->Arg(15000);
 
 }  // namespace
 
