@@ -21,9 +21,7 @@ std::u16string Bytes(std::string_view bytes) {
 
 const std::u16string kLoneHigh(1, u'\xD800');
 
-TEST(FoldTest, ComposeDecomposeAndLigatures) {
-    EXPECT_EQ(FoldString(u"e\u0301A\u030A", kFoldCompose), u"\u00E9\u00C5");
-    EXPECT_EQ(FoldString(u"\u00E9\u1E69", kFoldDecompose), u"e\u0301s\u0323\u0307");
+TEST(FoldTest, ExpandsLetterLigatures) {
     EXPECT_EQ(FoldString(u"\u00C6\u00E6\u0152\u0153\u0132\u0133\u01C6\u01F2\u01FC\u00DF"
                          u"\uFB00\uFB01\uFB02\uFB03\uFB04\uFB05\uFB06",
                          kFoldExpandLigatures),
@@ -69,16 +67,6 @@ TEST_F(ConversionTest, Ucs2StringDecodesAndReplacesMalformedInput) {
     EXPECT_EQ(cc_.UCS2String(u""), u"");
     EXPECT_EQ(cc_.UCS2String(Bytes("\303\251 a\303 \377b \342\202c \355\240\200 \300\257")),
               u"\u00E9 a\uFFFD \uFFFDb \uFFFDc \uFFFD \uFFFD\uFFFD");
-    // Every byte value survives the trip through the 8-bit string.
-    std::string all;
-    for (int b = 0x80; b < 0x100; ++b) {
-        all += static_cast<char>(0xC0 | (b >> 6));
-        all += static_cast<char>(0x80 | (b & 0x3F));
-    }
-    const std::u16string decoded = cc_.UCS2String(Bytes(all));
-    ASSERT_EQ(decoded.size(), 0x80u);
-    EXPECT_EQ(decoded.front(), u'\u0080');
-    EXPECT_EQ(decoded.back(), u'\u00FF');
 }
 
 TEST_F(ConversionTest, NarrowStringKeepsLatin1AndReducesTheRest) {
