@@ -222,11 +222,19 @@ TEST_F(ExportEngineTest, ChosenOptionsAreStoredAndComeBackAfterARestartAndInTheR
     EXPECT_TRUE(third.Command1.Enabled);
 }
 
-TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnce) {
+TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnceAndNamesTheWorkfile) {
     const std::string old =
         "Sigler=Tes,Tesm\r\n\xC4mnesord=sao=Tes\r\nTecken=UTF8/FORMD\r\n"
         "Rensa=1\r\nVoyagerFil=/old/work.fil\r\n";
     std::filesystem::remove(home_ / "cat.ini");
+    StartUp();
+    EXPECT_EQ(messages_, (std::vector<std::pair<std::u16string, std::u16string>>{
+                             {u"TESSEL Export",
+                              u"Du måste ange ett filnamn i Voyager "
+                              u"Cataloging->Options->Preferences->Files/"
+                              u"Folders->Workfiles Hldg"}}));
+    messages_.clear();
+
     WriteBytes(home_ / "Config.TXT", old);
     ExportEngine& engine = StartUp();
     EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes Tesm");
@@ -254,22 +262,20 @@ TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnce) {
                                       u" från datorn efter att du kört TESSEL EX en gång. "));
 }
 
-TEST_F(ExportEngineTest, AMissingWorkfileNameIsReported) {
-    std::filesystem::remove(home_ / "cat.ini");
-    StartUp();
-    EXPECT_EQ(messages_,
-              (std::vector<std::pair<std::u16string, std::u16string>>{
-                  {u"TESSEL Export",
-                   u"Du måste ange ett filnamn i Voyager "
-                   u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg"}}));
-}
-
 TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUnchanged) {
     settings_->StoreSetting(SettingKey::Libraries, u"Tes Åbo");
     settings_->StoreSetting(SettingKey::Subjects, u"B:sao ; A:sao,lcsh");
     settings_->StoreSetting(SettingKey::Holdtype, u"none");
     settings_->StoreSetting(SettingKey::Charset, u"UTF-8");
     settings_->StoreSetting(SettingKey::Compose, u"decompose");
+    EngineSeams answersNo;
+    answersNo.AskYesNo = [](const std::u16string& question) {
+        return question != u"Spara ändringar?";
+    };
+    ExportEngine(*settings_, answersNo).SaveConfig();
+    EXPECT_FALSE(std::filesystem::exists(home_ / "Config.TXT"));
+    EXPECT_TRUE(messages_.empty());
+
     ExportEngine& engine = StartUp();
     // An old file named in other letters is the one replaced, not left beside the new one.
     WriteBytes(home_ / "config.txt", "Sigler=Old\r\n");
@@ -291,15 +297,6 @@ TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUn
     EXPECT_EQ(engine.Form().cmbChars.ListIndex, 3);
     ASSERT_FALSE(messages_.empty());
     EXPECT_EQ(messages_[0].second, u"Ändringar sparade.");
-}
-
-TEST_F(ExportEngineTest, SaveConfigAnsweredNoChangesNothing) {
-    EngineSeams seams;
-    seams.AskYesNo = [](const std::u16string& question) { return question != u"Spara ändringar?"; };
-    ExportEngine engine(*settings_, seams);
-    engine.SaveConfig();
-    EXPECT_FALSE(std::filesystem::exists(home_ / "Config.TXT"));
-    EXPECT_TRUE(messages_.empty());
 }
 
 TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
