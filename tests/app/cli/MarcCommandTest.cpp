@@ -3,10 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 
+#include "config/CodePage.h"
+#include "tests/marc/record/IsoBuilder.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
 
@@ -55,22 +56,10 @@ std::size_t Count(const std::string& text, const std::string& what) {
 
 // A record of 1,600 fields 500, more than a record indexes.
 std::string ManyFields() {
-    std::string directory;
-    std::string data;
-    char entry[16];
-    for (int i = 0; i < 1600; ++i) {
-        std::snprintf(entry, sizeof entry, "500%04d%05d", 6, i * 6);
-        directory += entry;
-        data +=
-            "  \x1F"
-            "ax\x1E";
-    }
-    std::string record = "00000nam  2200000 a 4500" + directory + "\x1E" + data + "\x1D";
-    std::snprintf(entry, sizeof entry, "%05zu", record.size());
-    record.replace(0, 5, entry);
-    std::snprintf(entry, sizeof entry, "%05zu", directory.size() + 25);
-    record.replace(12, 5, entry);
-    return record;
+    using tesselex::test::SF;
+    return tesselex::TextToAnsi(
+        tesselex::test::Iso(std::vector<std::pair<std::u16string, std::u16string>>(
+            1600, {u"500", u"  " + SF + u"ax"})));
 }
 
 TEST_F(MarcCommandTest, DumpWritesLeaderAndOneLinePerFieldOrTheDisplay) {
