@@ -1,6 +1,7 @@
 // tesselex-cli marc dump|convert|check, run as the built program on a real sample file.
 #include <sys/wait.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -12,6 +13,8 @@
 #include "tests/support/TestData.h"
 
 namespace {
+
+using ::testing::HasSubstr;
 
 using tesselex::test::ReadBytes;
 using tesselex::test::TempDir;
@@ -66,23 +69,20 @@ TEST_F(MarcCommandTest, DumpWritesLeaderAndOneLinePerFieldOrTheDisplay) {
     CliRun run = Cli("marc dump '" + Sample + "'");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out.rfind("LDR 00755cam  22002414a 4500\n001 fol05731351 \n", 0), 0u);
-    EXPECT_NE(run.out.find("\n008 000107s2000    nyua          001 0 eng  \n"), std::string::npos);
-    EXPECT_NE(run.out.find("\n100 1  $aMartinsson, Tobias,$d1976-\n"), std::string::npos);
-    EXPECT_NE(run.out.find("\n650  0 $aPerl (Computer program language)\n"), std::string::npos);
+    EXPECT_THAT(run.out, HasSubstr("\n008 000107s2000    nyua          001 0 eng  \n"));
+    EXPECT_THAT(run.out, HasSubstr("\n100 1  $aMartinsson, Tobias,$d1976-\n"));
+    EXPECT_THAT(run.out, HasSubstr("\n650  0 $aPerl (Computer program language)\n"));
     EXPECT_EQ(Count(run.out, "\n\nLDR "), 9u) << "ten records, separated by blank lines";
 
     const std::string config = TESSELEX_DISPLAY_DATA "/Display.cfg";
     run = Cli("marc dump '" + Sample + "' --display '" + config + "'");
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_NE(run.out.find("Titel\tActivePerl with ASP and ADO / Tobias Martinsson.\n"),
-              std::string::npos)
-        << run.out.substr(0, 400);
+    EXPECT_THAT(run.out, HasSubstr("Titel\tActivePerl with ASP and ADO / Tobias Martinsson.\n"));
     EXPECT_EQ(Count(run.out, "\nTitel\t"), 10u) << "every record of the sample has a title row";
     run = Cli("marc dump '" + Sample + "' --display '" + config + "' --html");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out.rfind("<TABLE Border=0 cellpadding=2>", 0), 0u);
-    EXPECT_NE(run.out.find("<a href=\"search?author=Martinsson%2C+Tobias%2C\">"),
-              std::string::npos);
+    EXPECT_THAT(run.out, HasSubstr("<a href=\"search?author=Martinsson%2C+Tobias%2C\">"));
 }
 
 TEST_F(MarcCommandTest, ConvertRoundTripsAndReadsStandardStreams) {
@@ -108,7 +108,7 @@ TEST_F(MarcCommandTest, ConvertRoundTripsAndReadsStandardStreams) {
     // A piece too short for a leader (a line end after the last record) is dropped.
     WriteBytes(Path("trailing.mrc"), ReadBytes(Sample) + "\r\n");
     run = Cli("marc convert '" + Path("trailing.mrc") + "' -");
-    EXPECT_NE(run.err.find("11 records read, 10 written, 1 dropped"), std::string::npos) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("11 records read, 10 written, 1 dropped"));
 }
 
 // Fields the record refuses are reported on stderr and counted, never lost without a word.
@@ -130,8 +130,8 @@ TEST_F(MarcCommandTest, RecordsWithRefusedFieldsAreReported) {
     run = Cli("marc dump '" + Path("many.mrc") + "'");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(Count(run.out, "\n500    $ax\n"), 1600u);
-    EXPECT_NE(run.err.find("dump: record 2 at byte 755: 100 field(s) refused"), std::string::npos);
-    EXPECT_NE(run.err.find("dump: 2 records, 1 with refused fields\n"), std::string::npos);
+    EXPECT_THAT(run.err, HasSubstr("dump: record 2 at byte 755: 100 field(s) refused"));
+    EXPECT_THAT(run.err, HasSubstr("dump: 2 records, 1 with refused fields\n"));
 }
 
 TEST_F(MarcCommandTest, CheckReportsBadRecordsWithPositionAndFirstBytes) {
@@ -167,15 +167,16 @@ TEST_F(MarcCommandTest, ErrorsGiveOneLineAndStatus2) {
         {"marc", "marc needs dump, convert or check"},
     };
     for (const auto& [args, message] : cases) {
+        SCOPED_TRACE(args);
         const CliRun run = Cli(args);
-        EXPECT_EQ(run.status, 2) << args;
-        EXPECT_NE(run.err.find(message), std::string::npos) << args << ": " << run.err;
-        EXPECT_EQ(Count(run.err, "\n"), 1u) << args << ": " << run.err;
+        EXPECT_EQ(run.status, 2);
+        EXPECT_THAT(run.err, HasSubstr(message));
+        EXPECT_EQ(Count(run.err, "\n"), 1u) << run.err;
     }
     const CliRun help = Cli("marc --help");
     EXPECT_EQ(help.status, 0);
     for (const char* text : {"marc dump FILE", "marc convert IN OUT", "marc check FILE"}) {
-        EXPECT_NE(help.out.find(text), std::string::npos) << text;
+        EXPECT_THAT(help.out, HasSubstr(text));
     }
 }
 
