@@ -1,6 +1,7 @@
 #include "marc/MarcObject.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "charset/CharacterClass.h"
 #include "config/CfgClass.h"
@@ -234,6 +235,12 @@ void MarcObject::Import(std::u16string_view record) {
         }
     };
     bool hasOldDelimiter = false;
+    // Repeating the last text is how a directory longer than its data is read; a crafted
+    // record with a huge directory and a long last field would make that repetition exhaust
+    // memory, so the repeated text may add up to the record's own length, or a million
+    // characters for a small record, at most. Entries past that are counted as refused, like
+    // any other field the record cannot hold.
+    std::size_t repeatBudget = std::max<std::size_t>(record.size(), std::size_t{1} << 20);
     auto addEntry = [&](int tag) {
         if (tag >= 6 && tag <= 8) {
             fields_->Add(tag, u"", u"", text, true, false);
@@ -275,6 +282,13 @@ void MarcObject::Import(std::u16string_view record) {
                 hasBackslash = special && textscan::Contains(text, u'\\');
                 hasOldDelimiter = special && textscan::Contains(text, OldDelimiter);
             }
+        }
+        if (!dataLeft) {
+            if (text.size() > repeatBudget) {
+                refusedFields_ += static_cast<int>(std::min<std::size_t>(entries - i, INT_MAX));
+                break;
+            }
+            repeatBudget -= text.size();
         }
         if (mapping || !dataLeft) {
             // A mapped or repeated text is looked at again as it now stands.

@@ -70,8 +70,9 @@ class MarcObject {
     void Import(std::u16string_view iso2709);
     // Fields of the last Import that the collection refused: past the 1500 indexed fields (kept
     // and exported, but no lookup by tag finds them), or with subfields a field cannot index
-    // (more than 128, or a code of 256 or more after UTF-8 decoding: not kept at all). Callers
-    // report these so that no loss goes unnoticed.
+    // (more than 128, or a code of 256 or more after UTF-8 decoding: not kept at all), or
+    // directory entries past the data whose repeated text would outgrow the record's own
+    // length (not kept). Callers report these so that no loss goes unnoticed.
     int RefusedFields() const noexcept { return refusedFields_; }
     // The record as an 8-bit ISO 2709 string. Encoding: 0 and 1 clean, 2 as held, 3 UTF-8 (with
     // the normalization), 4 narrow, 5 clean then VRLIN. Lengths and offsets that outgrow their

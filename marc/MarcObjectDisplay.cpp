@@ -1,5 +1,7 @@
 // The display members of the record: full display as a table and as HTML, the one-line brief
 // display, the sort key and the main entry.
+#include <algorithm>
+
 #include "config/CfgClass.h"
 #include "config/Strings.h"
 #include "marc/MarcObject.h"
@@ -71,7 +73,16 @@ std::u16string MarcObject::SortString() const {
         return key;
     }
     const CfgClass& config = *opacConfig_;
-    const long long count = ValInteger(config.Item(u"Sort\\Count")->Value);
+    // An element without its tag key adds nothing, so the loop ends at the last element that
+    // has one: a mistyped count of a billion must not keep the display busy.
+    long long lastTagged = 0;
+    for (int i = 1; i <= config.Itemcount(); ++i) {
+        const std::u16string itemKey = config.Item(i)->Key;
+        if (StartsWithNoCase(itemKey, u"Sort\\Tag ")) {
+            lastTagged = std::max(lastTagged, ValInteger(std::u16string_view(itemKey).substr(9)));
+        }
+    }
+    const long long count = std::min(ValInteger(config.Item(u"Sort\\Count")->Value), lastTagged);
     for (long long n = 1; n <= count; ++n) {
         const std::u16string number = FromAscii(std::to_string(n));
         const long long tag = ValInteger(config.Item(u"Sort\\Tag " + number)->Value);

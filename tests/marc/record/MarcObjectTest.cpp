@@ -206,6 +206,22 @@ TEST_F(MarcObjectTest, WrongBaseAddressesAndDirectories) {
     record.Import(iso.insert(48, u"500001000040").replace(12, 5, u"00061"));
     EXPECT_EQ(F(500)->Value(), F(245)->Value());
     EXPECT_EQ(F(500)->Indicator(1), u"1");
+    // ...but only so far: a crafted directory of 5,000 entries behind one field of 10,000
+    // characters cannot make the import hold 50 million characters, and every entry it leaves
+    // out is counted.
+    const std::u16string longText = u"10" + SF + u"a" + std::u16string(10000, u'x');
+    std::u16string crafted = Iso({{u"245", longText}});
+    std::u16string extra;
+    for (int i = 0; i < 5000; ++i) {
+        extra += u"500000100000";
+    }
+    crafted.insert(36, extra).replace(12, 5,
+                                      FormatNumber(37 + static_cast<long long>(extra.size()), 5));
+    record.Import(crafted);
+    const int repeats = record.MarcFields()->TagOcc(500);
+    EXPECT_GT(repeats, 0);
+    EXPECT_LT(static_cast<std::size_t>(repeats) * longText.size(), std::size_t{2} << 20);
+    EXPECT_EQ(repeats + record.RefusedFields(), 5000);
 }
 
 TEST_F(MarcObjectTest, ShortUnterminatedOrOddRecords) {

@@ -177,6 +177,9 @@ TEST_F(OpacDisplayTest, SortKeyElementsReplaceMergeAndDropNonFilingCharacters) {
     EXPECT_EQ(record.SortString(), u"STRINDBERG AUGUSTTITLE");
     Configure("[Sort]\nCount=1\nTag 1=130\nSubfields 1=a\n");
     EXPECT_EQ(record.SortString(), u"") << "a missing tag skips its element";
+    // A mistyped count ends at the last element that has a tag (else this would not return).
+    Configure("[Sort]\nCount=2000000000\nTag 1=100\nSubfields 1=a\n");
+    EXPECT_EQ(record.SortString(), u"STRINDBERG AUGUST");
 }
 
 TEST_F(OpacDisplayTest, StripCharsKeepsCodePageLettersDigitsAndTheGivenCharacters) {
