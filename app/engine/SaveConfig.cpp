@@ -7,6 +7,7 @@
 #include "config/CodePage.h"
 #include "config/MessageSink.h"
 #include "config/Strings.h"
+#include "config/Utf.h"
 
 namespace tesselex {
 namespace {
@@ -71,6 +72,12 @@ void ExportEngine::SaveConfig() {
     const std::string bytes = TextToAnsi(text);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     out.close();
+    if (!out) {
+        // Saying "saved" over a file that was never written would lose the changes unnoticed;
+        // the previous file is still in Config.BAK.
+        ShowMessage(u"TESSELEX", u"Ändringarna kunde inte sparas i " + PathToText(config) + u".");
+        return;
+    }
 
     ShowMessage(u"TESSELEX", u"Ändringar sparade.");
     LoadConfig();

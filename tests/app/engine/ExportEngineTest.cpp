@@ -299,6 +299,19 @@ TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUn
     EXPECT_EQ(messages_[0].second, u"Ändringar sparade.");
 }
 
+TEST_F(ExportEngineTest, SaveConfigThatCannotWriteSaysSoAndKeepsTheSettings) {
+    ExportEngine& engine = StartUp();
+    settings_->StoreSetting(SettingKey::Libraries, u"Tes");
+    // Folders where the files would go: nothing can be moved aside or written (even as root).
+    std::filesystem::create_directories(home_ / "Config.TXT" / "x");
+    std::filesystem::create_directories(home_ / "Config.BAK" / "x");
+    messages_.clear();
+    engine.SaveConfig();
+    ASSERT_EQ(messages_.size(), 1U);
+    EXPECT_TRUE(messages_[0].second.starts_with(u"Ändringarna kunde inte sparas i "));
+    EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes");
+}
+
 TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
     const std::string utf8Record = test::BuildRecord({{"001", "1001"},
                                                       {"245",
