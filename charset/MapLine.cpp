@@ -8,19 +8,6 @@
 namespace tesselex {
 namespace {
 
-int HexDigit(char16_t ch) noexcept {
-    if (ch >= u'0' && ch <= u'9') {
-        return ch - u'0';
-    }
-    if (ch >= u'A' && ch <= u'F') {
-        return ch - u'A' + 10;
-    }
-    if (ch >= u'a' && ch <= u'f') {
-        return ch - u'a' + 10;
-    }
-    return -1;
-}
-
 // The hexadecimal number at the start of digits, blanks skipped, as far as it goes; only the
 // low 16 bits are kept, as a code unit can hold no more.
 std::uint32_t ReadHex(std::u16string_view digits) noexcept {
@@ -29,7 +16,7 @@ std::uint32_t ReadHex(std::u16string_view digits) noexcept {
         if (ch == u' ') {
             continue;
         }
-        const int digit = HexDigit(ch);
+        const int digit = HexDigitValue(ch);
         if (digit < 0) {
             break;
         }

@@ -195,19 +195,6 @@ bool IsDigit(char16_t ch) {
     return ch >= u'0' && ch <= u'9';
 }
 
-int HexDigit(char16_t ch) {
-    if (IsDigit(ch)) {
-        return ch - u'0';
-    }
-    if (ch >= u'a' && ch <= u'f') {
-        return ch - u'a' + 10;
-    }
-    if (ch >= u'A' && ch <= u'F') {
-        return ch - u'A' + 10;
-    }
-    return -1;
-}
-
 // Reads a number from text[pos...] in the forms the system accepts. Returns the value and sets
 // `end` to the position after the last character taken and `digits` to whether any digit came.
 double ReadNumber(std::u16string_view text, std::size_t pos, std::size_t& end, bool& digits,
@@ -227,7 +214,7 @@ double ReadNumber(std::u16string_view text, std::size_t pos, std::size_t& end, b
             double value = 0;
             std::size_t p = pos + 2;
             while (p < text.size()) {
-                const int d = HexDigit(text[p]);
+                const int d = HexDigitValue(text[p]);
                 if (d < 0 || d >= base) {
                     break;
                 }
@@ -298,6 +285,30 @@ double ReadNumber(std::u16string_view text, std::size_t pos, std::size_t& end, b
 }
 
 }  // namespace
+
+int InStrNoCase(std::u16string_view text, std::u16string_view what) noexcept {
+    if (text.empty()) {
+        return 0;
+    }
+    if (what.empty()) {
+        return 1;
+    }
+    const std::size_t at = FindNoCase(text, what);
+    return at == std::u16string_view::npos ? 0 : static_cast<int>(at) + 1;
+}
+
+int HexDigitValue(char16_t ch) noexcept {
+    if (ch >= u'0' && ch <= u'9') {
+        return ch - u'0';
+    }
+    if (ch >= u'a' && ch <= u'f') {
+        return ch - u'a' + 10;
+    }
+    if (ch >= u'A' && ch <= u'F') {
+        return ch - u'A' + 10;
+    }
+    return -1;
+}
 
 double Val(std::u16string_view text) noexcept {
     std::size_t pos = 0;

@@ -43,6 +43,13 @@ bool StartsWithNoCase(std::u16string_view text, std::u16string_view prefix) noex
 std::size_t FindNoCase(std::u16string_view text, std::u16string_view what,
                        std::size_t from = 0) noexcept;
 
+// 1-based position of the first case-insensitive occurrence of `what`, or 0. An empty `what` is
+// found at 1 in any non-empty text, as the system's text search answers.
+int InStrNoCase(std::u16string_view text, std::u16string_view what) noexcept;
+
+// The value of a hexadecimal digit (either case), or -1.
+int HexDigitValue(char16_t ch) noexcept;
+
 // The numeric value of the leading number of a text, as the system reads numbers from text:
 // leading blanks skipped, blanks inside the number ignored, sign, decimals and exponent, "&H"
 // hexadecimal and "&O" octal; a text that does not begin with a number reads as 0.

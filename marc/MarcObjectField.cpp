@@ -22,17 +22,6 @@ std::u16string ShowBackslashes(std::u16string text) {
     return text;
 }
 
-int FindPosition(std::u16string_view text, std::u16string_view what) {
-    if (text.empty()) {
-        return 0;
-    }
-    if (what.empty()) {
-        return 1;
-    }
-    const std::size_t at = FindNoCase(text, what);
-    return at == std::u16string_view::npos ? 0 : static_cast<int>(at) + 1;
-}
-
 char16_t CharacterOf(int code) {
     if (code < 0 || code > 0xFFFF) {
         throw Error(ErrorNumber::InvalidArgument);
@@ -306,12 +295,12 @@ std::u16string MarcObjectField::GetFieldContents() {
 }
 
 int MarcObjectField::Substring(std::u16string_view whatStr) const {
-    return FindPosition(contents_, whatStr);
+    return InStrNoCase(contents_, whatStr);
 }
 
 std::optional<int> MarcObjectField::Substring(const std::vector<std::u16string>& whatStr) const {
     for (const std::u16string& what : whatStr) {
-        const int at = FindPosition(contents_, what);
+        const int at = InStrNoCase(contents_, what);
         if (at > 0) {
             return at;
         }

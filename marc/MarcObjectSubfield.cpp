@@ -11,19 +11,6 @@ namespace {
 
 constexpr char16_t kBackslashStandIn = 20;
 
-// 1-based position of the first case-insensitive occurrence, or 0. An empty text is found at 1
-// in any non-empty value, as the system's search answers.
-int FindPosition(std::u16string_view value, std::u16string_view what) {
-    if (value.empty()) {
-        return 0;
-    }
-    if (what.empty()) {
-        return 1;
-    }
-    const std::size_t at = FindNoCase(value, what);
-    return at == std::u16string_view::npos ? 0 : static_cast<int>(at) + 1;
-}
-
 }  // namespace
 
 MarcObjectSubfield::MarcObjectSubfield(char16_t code, std::u16string_view value)
@@ -59,12 +46,12 @@ void MarcObjectSubfield::InsertBefore(std::u16string_view insertData, bool ifNot
 }
 
 int MarcObjectSubfield::Substring(std::u16string_view whatStr) const {
-    return FindPosition(value_, whatStr);
+    return InStrNoCase(value_, whatStr);
 }
 
 std::optional<int> MarcObjectSubfield::Substring(const std::vector<std::u16string>& whatStr) const {
     for (std::size_t i = 0; i < whatStr.size(); ++i) {
-        if (FindPosition(value_, whatStr[i]) > 0) {
+        if (InStrNoCase(value_, whatStr[i]) > 0) {
             return static_cast<int>(i) + 1;
         }
     }
