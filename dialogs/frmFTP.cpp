@@ -1,0 +1,86 @@
+#include "dialogs/frmFTP.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QVBoxLayout>
+#include <stdexcept>
+#include <string>
+
+#include "dialogs/FtpValueDelegate.h"
+#include "dialogs/GridEditing.h"
+
+namespace tesselex {
+
+namespace {
+
+constexpr int kLabelColumn = 0;
+constexpr int kValueColumn = 1;
+
+}  // namespace
+
+frmFTP::frmFTP(QWidget* parent) : QDialog(parent) {
+    setWindowTitle(QStringLiteral("FTP-information"));
+
+    grid_ = new QTableWidget(kRowCount, 2, this);
+    grid_->setObjectName(QStringLiteral("Grid"));
+    grid_->horizontalHeader()->hide();
+    grid_->verticalHeader()->hide();
+    grid_->setSelectionMode(QAbstractItemView::SingleSelection);
+    grid_->horizontalHeader()->setSectionResizeMode(kValueColumn, QHeaderView::Stretch);
+    grid_->setItemDelegateForColumn(
+        kValueColumn,
+        new FtpValueDelegate(kPassword, kFilename, QString::fromLatin1(kFilenamePattern), grid_));
+    const char* labels[kRowCount] = {
+        "IP-adress:", "Användare:", "Lösenord:", "Katalog:", "Filnamn:"};
+    for (int row = 0; row < kRowCount; ++row) {
+        auto* label = new QTableWidgetItem(QString::fromUtf8(labels[row]));
+        label->setFlags(Qt::ItemIsEnabled);
+        grid_->setItem(row, kLabelColumn, label);
+        grid_->setItem(row, kValueColumn, new QTableWidgetItem);
+    }
+    grid_->resizeColumnToContents(kLabelColumn);
+    grid_->setCurrentCell(kServer, kValueColumn);
+
+    command1_ = new QPushButton(QStringLiteral("&Ok"), this);
+    command1_->setObjectName(QStringLiteral("Command1"));
+    command1_->setDefault(true);
+    command2_ = new QPushButton(QStringLiteral("&Avbryt"), this);
+    command2_->setObjectName(QStringLiteral("Command2"));
+    connect(command1_, &QPushButton::clicked, this, &QDialog::accept);
+    connect(command2_, &QPushButton::clicked, this, &QDialog::reject);
+
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(command1_);
+    buttons->addWidget(command2_);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(grid_, 1);
+    layout->addLayout(buttons);
+    resize(420, 240);
+}
+
+void frmFTP::SetValue(int row, const QString& value) {
+    ValueItem(row)->setText(value);
+}
+
+QString frmFTP::Value(int row) const {
+    return ValueItem(row)->text();
+}
+
+QTableWidgetItem* frmFTP::ValueItem(int row) const {
+    if (row < 0 || row >= kRowCount) {
+        throw std::out_of_range("frmFTP: no grid row " + std::to_string(row));
+    }
+    return grid_->item(row, kValueColumn);
+}
+
+void frmFTP::done(int result) {
+    if (result == QDialog::Accepted) {
+        CommitOpenEditor(*grid_);
+    }
+    QDialog::done(result);
+}
+
+}  // namespace tesselex

@@ -1,0 +1,42 @@
+#pragma once
+// The FTP delivery settings as a two-column grid: labels on the left, values on the right, one
+// row per setting (server, user, password, directory, file name). The main form fills the values
+// before showing the dialog and reads them back after Ok; it stores them itself.
+
+#include <QDialog>
+#include <QString>
+
+class QPushButton;
+class QTableWidget;
+class QTableWidgetItem;
+
+namespace tesselex {
+
+class frmFTP : public QDialog {
+    Q_OBJECT
+
+  public:
+    // Rows of the grid, in the order the main form's settings are stored.
+    enum Row { kServer = 0, kUser = 1, kPassword = 2, kDirectory = 3, kFilename = 4 };
+    static constexpr int kRowCount = 5;
+    // The one choice offered for the file name (the date pattern the delivery expands).
+    static constexpr const char* kFilenamePattern = "%MMDDHHMMSS%.mrc";
+
+    explicit frmFTP(QWidget* parent = nullptr);
+
+    // The value cell of a row (0-4); any other row throws std::out_of_range.
+    void SetValue(int row, const QString& value);
+    QString Value(int row) const;
+
+  protected:
+    void done(int result) override;
+
+  private:
+    QTableWidgetItem* ValueItem(int row) const;
+
+    QTableWidget* grid_;
+    QPushButton* command1_;
+    QPushButton* command2_;
+};
+
+}  // namespace tesselex

@@ -1,0 +1,24 @@
+#pragma once
+// Running a modal dialog while a test works it, and working its grids and buttons. The test
+// program's main (in DialogTestApp.cpp) creates the application object widgets need.
+
+#include <QDialog>
+#include <QString>
+#include <functional>
+
+class QAbstractItemView;
+class QWidget;
+
+namespace tesselex::test {
+
+// Runs dialog.exec() and, once its event loop runs, whileOpen (which must close the dialog).
+// A dialog left open is rejected after a few seconds so a failing test cannot hang.
+int ExecWhile(QDialog& dialog, const std::function<void()>& whileOpen);
+
+// Clicks the named child button of a widget.
+void Click(QWidget& parent, const QString& buttonName);
+
+// Starts editing the view's current cell with F2, as a user would, and returns the editor.
+QWidget* EditCurrentCell(QAbstractItemView& view);
+
+}  // namespace tesselex::test
