@@ -11,6 +11,7 @@
 #include "app/cli/Commands.h"
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
+#include "app/engine/WatchLock.h"
 #include "config/Utf.h"
 
 namespace tesselex::cli {
@@ -69,6 +70,18 @@ int Watch(const std::vector<std::string>& args) {
     StatusPrinter printer(engine);
     InstallStopHandlers();
     engine.LoadConfig();
+    const std::filesystem::path workfile = TextToPath(engine.Form().TxtFile.Text);
+    // No workfile, nothing polled: nothing to share.
+    std::optional<WatchLock> lock;
+    if (!workfile.empty()) {
+        lock.emplace(workfile);
+    }
+    if (lock && !lock->Held()) {
+        std::cerr << "tesselex-cli: another TESSELEX program already watches '"
+                  << TextToUtf8(engine.Form().TxtFile.Text) << "' (process " << lock->HolderPid()
+                  << "); two watchers would deliver a holdings record twice\n";
+        return 1;
+    }
     std::cerr << "tesselex-cli: watching '" << TextToUtf8(engine.Form().TxtFile.Text) << "'"
               << (once ? " once" : " every second (Ctrl+C ends)") << '\n';
     while (stopRequested == 0) {
@@ -176,7 +189,8 @@ void PrintEngineHelp(std::ostream& out) {
            "  watch [--once]         start up, then poll the holdings workfile once a second and\n"
            "                         export the record its 004 names; --once polls once and\n"
            "                         exits. SIGINT/SIGTERM end it between polls. Status lines\n"
-           "                         go to stdout.\n"
+           "                         go to stdout. Exit status 1 when another TESSELEX\n"
+           "                         program already watches the same workfile.\n"
            "  fetch [BIBID]          fetch and deliver BIBID now (default: the last bib id);\n"
            "                         exit status 1 when an error status line was shown\n"
            "  request BIBID          print the request address a fetch of BIBID would send\n"

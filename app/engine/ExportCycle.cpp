@@ -90,6 +90,8 @@ void ExportEngine::Command1_Click() {
 }
 
 void ExportEngine::ExportRecord() {
+    // The bib id and the busy timer show while the server is asked.
+    PublishFormChanges();
     try {
         settings_.StoreSetting(SettingKey::LastBibId, form_.txtBibId.Text);
         const std::u16string reply = Fetch(BuildRequest());
@@ -127,6 +129,7 @@ void ExportEngine::SendExport() {
 
 void ExportEngine::RefreshDisplay(const std::vector<std::u16string>& records) {
     displayRows_.clear();
+    displayedRecords_ = records;
     MarcObject& record = Record();
     for (const std::u16string& text : records) {
         record.SourceIsUTF8 = form_.cmbChars.ListIndex >= 1;

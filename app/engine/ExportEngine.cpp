@@ -45,4 +45,12 @@ std::u16string ExportEngine::Fetch(std::u16string_view address) const {
     return seams_.Fetch ? seams_.Fetch(address) : FetchUrl(address);
 }
 
+void ExportEngine::PublishFormChanges() {
+    for (const FormChange& change : published_.Changes(form_, displayRows_)) {
+        if (formSink_) {
+            formSink_(change);
+        }
+    }
+}
+
 }  // namespace tesselex

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "app/engine/Delivery.h"
+#include "app/engine/FormChanges.h"
 #include "app/engine/FormState.h"
 #include "app/engine/Logger.h"
 
@@ -33,14 +34,6 @@ struct EngineSeams {
     std::function<std::u16string(std::u16string_view fallback)> VoyagerWorkFile;
 };
 
-// One field of an exported record as the record display lists it.
-struct DisplayField {
-    std::u16string Tag;  // three digits
-    std::u16string Indicator1;
-    std::u16string Indicator2;
-    std::u16string Value;
-};
-
 class ExportEngine {
   public:
     explicit ExportEngine(Settings& settings, EngineSeams seams = {});
@@ -60,6 +53,18 @@ class ExportEngine {
     bool ClearFlag() const { return clear_; }
     // The fields of every record of the last export, record after record.
     const std::vector<DisplayField>& DisplayRows() const { return displayRows_; }
+    // The records of the last export as they were displayed (each ends with its terminator).
+    const std::vector<std::u16string>& DisplayedRecords() const { return displayedRecords_; }
+    // The address of the request table named by export.url (the server address dialog's text).
+    const std::u16string& ShortcutAddress() const { return shortcutAddress_; }
+
+    // A window follows the form through these notifications instead of re-reading it: each
+    // publication reports the controls (and the display rows) that differ from what was last
+    // reported, then takes the form as shown.
+    void SetFormChangeSink(FormChangeSink sink) { formSink_ = std::move(sink); }
+    void PublishFormChanges();
+    // The front end put a user's edit into the form itself: the widget shows it already.
+    void FormShown() { published_.TakeAsShown(form_, displayRows_); }
 
     // Start-up: request table, old settings file, workfile, settings into the form, Logs folder.
     void LoadConfig();
@@ -124,6 +129,9 @@ class ExportEngine {
     FtpSettings ftp_;
     bool clear_ = false;
     std::vector<DisplayField> displayRows_;
+    std::vector<std::u16string> displayedRecords_;
+    FormChangeSink formSink_;
+    FormPublisher published_;
 };
 
 // "Post 0 ..." as a bad record of a reply is logged: the record counter it names is never set.

@@ -43,6 +43,15 @@ struct Timer : Control {
     int Interval = 1000;
 };
 
+// One field of an exported record as the record display lists it.
+struct DisplayField {
+    std::u16string Tag;  // three digits
+    std::u16string Indicator1;
+    std::u16string Indicator2;
+    std::u16string Value;
+    bool operator==(const DisplayField&) const = default;
+};
+
 struct MenuItem {
     std::u16string_view Name;
     std::u16string_view Caption;

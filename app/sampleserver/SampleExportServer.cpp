@@ -107,6 +107,12 @@ void SampleExportServer::Start(int port) {
     server_->Get("/export", [this](const httplib::Request& request, httplib::Response& response) {
         const std::string bibId = request.get_param_value("bibid");
         std::unique_lock lock(mutex_);
+        if (exportDelay_.count() > 0) {
+            const auto delay = exportDelay_;
+            lock.unlock();
+            std::this_thread::sleep_for(delay);
+            lock.lock();
+        }
         requests_.push_back(request.target);
         if (observer_) {
             observer_(request.target);
@@ -145,6 +151,11 @@ void SampleExportServer::Stop() {
         thread_.join();
     }
     server_.reset();
+}
+
+void SampleExportServer::SetExportDelay(std::chrono::milliseconds delay) {
+    std::lock_guard lock(mutex_);
+    exportDelay_ = delay;
 }
 
 std::string SampleExportServer::Address(const std::string& pathAndQuery) const {

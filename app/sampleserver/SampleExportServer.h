@@ -9,6 +9,7 @@
 //
 // Tests replace the reply for a bib id (SetReply) to serve broken or huge replies.
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -53,6 +54,8 @@ class SampleExportServer {
     // Replaces the reply to /export for one bib id.
     void SetReply(const std::string& bibId, std::string body, int status = 200,
                   std::string contentType = "application/marc");
+    // Holds every /export reply this long before answering (a slow server).
+    void SetExportDelay(std::chrono::milliseconds delay);
     // Every request target received so far (path and query as sent), in order.
     std::vector<std::string> Requests() const;
     // Called with each request target as it arrives (the executable prints them).
@@ -78,6 +81,7 @@ class SampleExportServer {
     int port_ = 0;
     mutable std::mutex mutex_;
     std::map<std::string, Override> overrides_;
+    std::chrono::milliseconds exportDelay_{0};
     std::vector<std::string> requests_;
     std::function<void(const std::string&)> observer_;
 };

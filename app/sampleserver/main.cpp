@@ -12,10 +12,11 @@
 namespace {
 
 void PrintUsage(std::ostream& out) {
-    out << "Usage: tesselex-sample-server [--data DIR] [--port N]\n"
+    out << "Usage: tesselex-sample-server [--data DIR] [--port N] [--delay-ms N]\n"
            "  --data DIR  folder with ConfigURL.TXT, sample-bib.mrc, sample-holdings.mrc\n"
            "              (default: the project's data folder)\n"
            "  --port N    port on 127.0.0.1 (default 0: chosen by the system)\n"
+           "  --delay-ms N  hold every /export reply N milliseconds (a slow server)\n"
            "Prints \"http://127.0.0.1:PORT\" on its first line; the request table is at\n"
            "/config, the records at /export?bibid=N. Ends on SIGINT or SIGTERM.\n";
 }
@@ -25,12 +26,15 @@ void PrintUsage(std::ostream& out) {
 int main(int argc, char** argv) {
     std::string data = TESSELEX_SAMPLE_DATA_DIR;
     int port = 0;
+    int delayMs = 0;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
-        if ((arg == "--data" || arg == "--port") && i + 1 < argc) {
+        if ((arg == "--data" || arg == "--port" || arg == "--delay-ms") && i + 1 < argc) {
             const std::string value = argv[++i];
             if (arg == "--data") {
                 data = value;
+            } else if (arg == "--delay-ms") {
+                delayMs = std::atoi(value.c_str());
             } else {
                 port = std::atoi(value.c_str());
             }
@@ -54,6 +58,7 @@ int main(int argc, char** argv) {
         tesselex::SampleExportServer server(data);
         server.SetRequestObserver(
             [](const std::string& target) { std::cout << "request: " << target << std::endl; });
+        server.SetExportDelay(std::chrono::milliseconds(delayMs));
         server.Start(port);
         std::cout << server.Address("") << std::endl;
         int received = 0;

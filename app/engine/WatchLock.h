@@ -1,0 +1,40 @@
+#pragma once
+// Only one program polls a holdings workfile: two pollers would each read the same holdings
+// record and deliver it twice. The window and `tesselex-cli watch` take this lock on the
+// workfile's path before they poll; it is a file in the user's runtime folder named after the
+// path, released when the holder ends (also when it crashes: a lock whose process is gone is
+// taken over).
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+class QLockFile;
+
+namespace tesselex {
+
+class WatchLock {
+  public:
+    // Tries once, at once; Held() tells whether it was taken.
+    explicit WatchLock(const std::filesystem::path& workfile);
+    ~WatchLock();
+    WatchLock(const WatchLock&) = delete;
+    WatchLock& operator=(const WatchLock&) = delete;
+
+    bool Held() const { return held_; }
+    // The process holding the lock when this one did not get it (0 when unknown).
+    long long HolderPid() const { return holderPid_; }
+
+    // The lock file of a workfile: the same for every spelling of its path.
+    static std::filesystem::path LockPath(const std::filesystem::path& workfile);
+
+  private:
+    std::unique_ptr<QLockFile> lock_;
+    bool held_ = false;
+    long long holderPid_ = 0;
+};
+
+// The status line (window) and stderr text (tesselex-cli) of a workfile someone else watches.
+std::u16string WatchedElsewhereMessage(const std::filesystem::path& workfile);
+
+}  // namespace tesselex
