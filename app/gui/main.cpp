@@ -1,3 +1,32 @@
-int main() {
-    return 0;
+// tesselex: the export client on the desktop. Without an argument it sits in the notification
+// area; with any argument it shows its window at once. A second start shows the running one.
+
+#include <QApplication>
+
+#include "app/gui/AppIcons.h"
+#include "app/gui/MainProgram.h"
+#include "app/gui/StopSignals.h"
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("tesselex"));
+    QApplication::setApplicationDisplayName(QStringLiteral("TESSEL Export (7)"));
+    QApplication::setWindowIcon(tesselex::gui::AppIcon());
+    // The window hides instead of closing; only "Avsluta" and the end signals end the program.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    tesselex::gui::ProgramOptions options;
+    options.Arguments = QApplication::arguments().mid(1);
+    options.Controller.Ask = tesselex::gui::DesktopPrompts();
+    options.Controller.DisplayConfig = tesselex::gui::DefaultDisplayConfig();
+    tesselex::gui::MainProgram program(std::move(options));
+    if (!program.Start()) {
+        return 0;
+    }
+    tesselex::gui::StopSignals stop;
+    QObject::connect(&stop, &tesselex::gui::StopSignals::stopRequested, &program,
+                     &tesselex::gui::MainProgram::Quit);
+    QObject::connect(&program, &tesselex::gui::MainProgram::finished, &app,
+                     [] { QApplication::exit(0); });
+    return QApplication::exec();
 }

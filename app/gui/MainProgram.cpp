@@ -1,0 +1,183 @@
+#include "app/gui/MainProgram.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QSystemTrayIcon>
+
+#include "app/gui/AppIcons.h"
+#include "app/gui/SingleInstance.h"
+#include "app/gui/frmMain.h"
+#include "config/Platform.h"
+#include "dialogs/FrmSubjects.h"
+#include "dialogs/frmFTP.h"
+#include "dialogs/frmSysTray.h"
+#include "dialogs/frmURL.h"
+
+namespace tesselex::gui {
+namespace {
+
+const QString Caption = QStringLiteral("TESSEL Export (7)");
+
+}  // namespace
+
+Prompts DesktopPrompts() {
+    Prompts prompts;
+    prompts.Message = [](const QString& title, const QString& text) {
+        QMessageBox::warning(nullptr, title, text);
+    };
+    prompts.AskYesNo = [](const QString& question) {
+        return QMessageBox::question(nullptr, Caption, question) == QMessageBox::Yes;
+    };
+    return prompts;
+}
+
+QString DefaultDisplayConfig() {
+    const QString inProgramFolder =
+        QString::fromStdU16String(ProgramFolder().u16string()) + QStringLiteral("/Display.cfg");
+    const QString installed = QCoreApplication::applicationDirPath() +
+                              QStringLiteral("/../share/tesselex/display/Display.cfg");
+    for (const QString& candidate : {inProgramFolder, installed}) {
+        if (QFileInfo::exists(candidate)) {
+            return QDir::cleanPath(candidate);
+        }
+    }
+    return QStringLiteral(TESSELEX_DATA_DIR "/display/Display.cfg");
+}
+
+MainProgram::MainProgram(ProgramOptions options, QObject* parent)
+    : QObject(parent), options_(std::move(options)) {}
+
+MainProgram::~MainProgram() = default;
+
+bool MainProgram::Start() {
+    instance_ = std::make_unique<SingleInstance>(options_.InstanceName);
+    if (instance_->HandOver()) {
+        return false;
+    }
+    connect(instance_.get(), &SingleInstance::showRequested, this, &MainProgram::ShowWindow);
+
+    controller_ = std::make_unique<EngineController>(options_.Controller);
+    window_ = std::make_unique<frmMain>(*controller_);
+    connect(window_.get(), &frmMain::quitRequested, this, &MainProgram::Quit);
+    connect(window_.get(), &frmMain::subjectsRequested, this, &MainProgram::OpenSubjects);
+    connect(window_.get(), &frmMain::ftpRequested, this, &MainProgram::OpenFtp);
+    connect(window_.get(), &frmMain::serverAddressRequested, this, &MainProgram::OpenServerAddress);
+    connect(controller_.get(), &EngineController::statusLine, this,
+            [this](const QString&, const QString& message, bool isError) {
+                OnStatus(message, isError);
+            });
+    connect(controller_.get(), &EngineController::stopped, this, [this] {
+        window_->AllowClose();
+        window_->close();
+        if (tray_) {
+            tray_->Hide();
+        }
+        emit finished();
+    });
+    connect(window_.get(), &frmMain::shown, this, [this] {
+        if (trayError_ && tray_) {
+            tray_->SetIconHandle(AppIcon());
+        }
+        trayError_ = false;
+    });
+    controller_->Start();
+
+    const bool trayAvailable = options_.TrayAvailable ? options_.TrayAvailable()
+                                                      : QSystemTrayIcon::isSystemTrayAvailable();
+    if (options_.Arguments.isEmpty() && trayAvailable) {
+        CreateTray();
+    } else {
+        window_->show();
+        if (options_.Arguments.isEmpty()) {
+            // Hidden with no icon to open it from, the program would run out of reach.
+            controller_->ShowStatus(
+                QStringLiteral("Skrivbordet har inget meddelandefält för en ikon; fönstret "
+                               "visas i stället."),
+                false);
+        }
+    }
+    if (!instance_->ListenError().isEmpty()) {
+        controller_->ShowStatus(QStringLiteral("En andra start av programmet kan inte visa "
+                                               "detta fönster: ") +
+                                    instance_->ListenError(),
+                                true);
+    }
+    return true;
+}
+
+void MainProgram::CreateTray() {
+    tray_ = std::make_unique<frmSysTray>();
+    tray_->SetIconHandle(AppIcon());
+    tray_->SetToolTip(Caption);
+    tray_->AddMenuItem(QStringLiteral("Ö&ppna"), QStringLiteral("OPEN"), true);
+    tray_->AddMenuItem(QStringLiteral("&Avsluta"), QStringLiteral("END"));
+    connect(tray_.get(), &frmSysTray::MenuClick, this, [this](const QString& tag, int) {
+        if (tag == QStringLiteral("OPEN")) {
+            ShowWindow();
+        } else if (tag == QStringLiteral("END")) {
+            Quit();
+        }
+    });
+    connect(tray_.get(), &frmSysTray::SysTrayDoubleClick, this, [this](int) { ShowWindow(); });
+    window_->SetHidesToTray(true);
+    tray_->Show();
+}
+
+void MainProgram::ShowWindow() {
+    window_->ShowAndRestore();
+}
+
+void MainProgram::OnStatus(const QString& message, bool isError) {
+    if (!tray_) {
+        return;
+    }
+    tray_->SetToolTip(message);
+    if (isError && !window_->isVisible()) {
+        trayError_ = true;
+        tray_->SetIconHandle(ErrorIcon());
+        tray_->ShowMessage(Caption, message, true);
+    }
+}
+
+void MainProgram::Quit() {
+    if (quitting_ || !controller_) {
+        return;
+    }
+    quitting_ = true;
+    controller_->Shutdown();
+}
+
+void MainProgram::OpenSubjects() {
+    FrmSubjects dialog(window_.get());
+    dialog.SetStringValue(window_->findChild<QLineEdit*>(QStringLiteral("TxtSubj"))->text());
+    if (dialog.exec() == QDialog::Accepted && dialog.IsOk()) {
+        controller_->SubjectsChosen(dialog.StringValue());
+    }
+}
+
+void MainProgram::OpenFtp() {
+    frmFTP dialog(window_.get());
+    const QStringList values = controller_->FtpValues();
+    for (int row = 0; row < frmFTP::kRowCount && row < values.size(); ++row) {
+        dialog.SetValue(row, values[row]);
+    }
+    if (dialog.exec() == QDialog::Accepted) {
+        QStringList chosen;
+        for (int row = 0; row < frmFTP::kRowCount; ++row) {
+            chosen.append(dialog.Value(row));
+        }
+        controller_->FtpChosen(chosen);
+    }
+}
+
+void MainProgram::OpenServerAddress() {
+    frmURL dialog(controller_->ServerAddress(), window_.get());
+    if (dialog.exec() == QDialog::Accepted) {
+        controller_->ServerAddressChosen(dialog.Address());
+    }
+}
+
+}  // namespace tesselex::gui
