@@ -41,6 +41,7 @@ FrmSubjects::FrmSubjects(QWidget* parent) : QDialog(parent) {
     grid_->setSelectionMode(QAbstractItemView::SingleSelection);
     grid_->horizontalHeader()->setSectionResizeMode(kFieldsColumn, QHeaderView::Stretch);
     grid_->setColumnWidth(kSigelColumn, 90);
+    grid_->verticalHeader()->setDefaultSectionSize(grid_->fontMetrics().height() + 10);
 
     const char* captions[4] = {"&Lägg till", "&Ta bort", "&Ok", "&Avbryt"};
     auto* buttons = new QVBoxLayout;

@@ -37,10 +37,16 @@ frmFTP::frmFTP(QWidget* parent) : QDialog(parent) {
     for (int row = 0; row < kRowCount; ++row) {
         auto* label = new QTableWidgetItem(QString::fromUtf8(labels[row]));
         label->setFlags(Qt::ItemIsEnabled);
+        label->setBackground(palette().button());
         grid_->setItem(row, kLabelColumn, label);
         grid_->setItem(row, kValueColumn, new QTableWidgetItem);
     }
+    // The labels read as the grid's fixed column, with room on both sides of the longest.
     grid_->resizeColumnToContents(kLabelColumn);
+    grid_->setColumnWidth(kLabelColumn, grid_->columnWidth(kLabelColumn) + 12);
+    grid_->verticalHeader()->setDefaultSectionSize(grid_->fontMetrics().height() + 10);
+    grid_->setMinimumHeight(kRowCount * grid_->verticalHeader()->defaultSectionSize() +
+                            2 * grid_->frameWidth());
     grid_->setCurrentCell(kServer, kValueColumn);
 
     command1_ = new QPushButton(QStringLiteral("&Ok"), this);
@@ -58,7 +64,7 @@ frmFTP::frmFTP(QWidget* parent) : QDialog(parent) {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(grid_, 1);
     layout->addLayout(buttons);
-    resize(420, 240);
+    resize(440, minimumSizeHint().height());
 }
 
 void frmFTP::SetValue(int row, const QString& value) {
