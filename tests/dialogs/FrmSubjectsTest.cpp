@@ -89,15 +89,7 @@ TEST_F(FrmSubjectsTest, AddInsertsBelowTheCurrentRowAndEditsItsSigel) {
     EXPECT_EQ(dialog_.StringValue().toStdString(), "T:084 ; X: ; S:600");
 }
 
-TEST_F(FrmSubjectsTest, AddWithoutRowsAppends) {
-    dialog_.show();
-    test::Click(dialog_, QStringLiteral("Action0"));
-    test::Click(dialog_, QStringLiteral("Action0"));
-    EXPECT_EQ(Grid().rowCount(), 2);
-    EXPECT_EQ(Grid().currentRow(), 1);
-}
-
-TEST_F(FrmSubjectsTest, RemoveTakesTheCurrentRowOnlyWhenThereIsOne) {
+TEST_F(FrmSubjectsTest, RemoveTakesTheCurrentRowOnlyWhenThereIsOneAndAddThenAppends) {
     dialog_.SetStringValue(QStringLiteral("T:084;S:600;U:650"));
     dialog_.show();
     Grid().setCurrentCell(1, 0);
@@ -108,6 +100,10 @@ TEST_F(FrmSubjectsTest, RemoveTakesTheCurrentRowOnlyWhenThereIsOne) {
     EXPECT_EQ(Grid().rowCount(), 0);
     test::Click(dialog_, QStringLiteral("Action1"));  // nothing left: no change, no failure
     EXPECT_EQ(Grid().rowCount(), 0);
+    test::Click(dialog_, QStringLiteral("Action0"));
+    test::Click(dialog_, QStringLiteral("Action0"));
+    EXPECT_EQ(Grid().rowCount(), 2);
+    EXPECT_EQ(Grid().currentRow(), 1);
 }
 
 TEST_F(FrmSubjectsTest, OnlyOkMarksTheResult) {

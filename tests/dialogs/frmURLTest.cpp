@@ -73,12 +73,5 @@ TEST_F(frmURLTest, EnterIsSwallowedAndOkHandsBackTheEditedAddress) {
     EXPECT_EQ(dialog.Address().toStdString(), "http://new/");
 }
 
-TEST_F(frmURLTest, CancelRejects) {
-    frmURL dialog(QStringLiteral("http://old/"));
-    EXPECT_EQ(
-        test::ExecWhile(dialog, [&dialog] { test::Click(dialog, QStringLiteral("Command2")); }),
-        QDialog::Rejected);
-}
-
 }  // namespace
 }  // namespace tesselex
