@@ -1,0 +1,202 @@
+// The program as it starts and ends: tray or window, the no-tray fallback, the hand-over to a
+// program already running, one watcher per workfile, the tray's error state, the dialogs.
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QMenu>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTableWidget>
+#include <QTest>
+#include <QTimer>
+#include <thread>
+
+#include "app/engine/WatchLock.h"
+#include "app/gui/MainProgram.h"
+#include "app/gui/SingleInstance.h"
+#include "app/gui/frmMain.h"
+#include "dialogs/FrmSubjects.h"
+#include "dialogs/frmFTP.h"
+#include "dialogs/frmSysTray.h"
+#include "tests/app/gui/GuiFixture.h"
+#include "tests/support/TestData.h"
+
+namespace tesselex::test {
+namespace {
+
+using gui::MainProgram;
+
+class MainProgramTest : public GuiFixture {
+  protected:
+    std::unique_ptr<MainProgram> Program(QStringList arguments, bool trayAvailable) {
+        gui::ProgramOptions options;
+        options.Arguments = std::move(arguments);
+        options.Controller = Options();
+        options.TrayAvailable = [trayAvailable] { return trayAvailable; };
+        options.InstanceName = QString::fromStdString((dir_ / "run" / "instance").string());
+        return std::make_unique<MainProgram>(std::move(options));
+    }
+    std::unique_ptr<MainProgram> Started(QStringList arguments, bool trayAvailable) {
+        auto program = Program(std::move(arguments), trayAvailable);
+        EXPECT_TRUE(program->Start());
+        QSignalSpy started(&program->Controller(), &gui::EngineController::started);
+        EXPECT_TRUE(WaitFor([&] { return started.count() > 0; }));
+        return program;
+    }
+    static QStringList Messages(MainProgram& program) {
+        QStringList messages;
+        auto* status = program.Window().findChild<QTableWidget*>(QStringLiteral("Status"));
+        for (int row = 0; row < status->rowCount(); ++row) {
+            messages.append(status->item(row, 2)->text());
+        }
+        return messages;
+    }
+};
+
+TEST_F(MainProgramTest, StartsHiddenInTheTrayWithoutArgumentsAndShownWithOne) {
+    struct Case {
+        QStringList Arguments;
+        bool TrayAvailable;
+        bool WindowShown;
+        bool Tray;
+        bool SaysWhy;
+    };
+    const Case cases[] = {
+        {{}, true, false, true, false},
+        {{QStringLiteral("show")}, true, true, false, false},
+        {{}, false, true, false, true},
+    };
+    for (const Case& c : cases) {
+        auto program = Started(c.Arguments, c.TrayAvailable);
+        EXPECT_EQ(program->Window().isVisible(), c.WindowShown);
+        ASSERT_EQ(program->Tray() != nullptr, c.Tray);
+        if (c.Tray) {
+            EXPECT_EQ(program->Tray()->ToolTip(), QStringLiteral("TESSEL Export (7)"));
+            EXPECT_EQ(program->Tray()->DefaultMenuIndex(), 0);
+            const auto items = program->Tray()->Menu()->actions();
+            ASSERT_EQ(items.size(), 2);
+            EXPECT_EQ(items[0]->text(), QStringLiteral("Ö&ppna"));
+            EXPECT_TRUE(items[0]->font().bold());
+            EXPECT_EQ(items[1]->text(), QStringLiteral("&Avsluta"));
+        }
+        // A line of its own after anything start-up says.
+        program->Controller().ShowStatus(QStringLiteral("-"), false);
+        ASSERT_TRUE(WaitFor([&] { return Messages(*program).contains(QStringLiteral("-")); }));
+        EXPECT_EQ(Messages(*program).join(QString()).contains(QStringLiteral("meddelandefält")),
+                  c.SaysWhy);
+    }
+}
+
+TEST_F(MainProgramTest, TrayOpensTheWindowAndEndsTheProgram) {
+    auto program = Started({}, true);
+    emit program->Tray()->SysTrayDoubleClick(1);
+    EXPECT_TRUE(program->Window().isVisible());
+    program->Window().close();
+    EXPECT_FALSE(program->Window().isVisible());
+    emit program->Tray()->MenuClick(QStringLiteral("OPEN"), 0);
+    EXPECT_TRUE(program->Window().isVisible());
+
+    QSignalSpy finished(program.get(), &MainProgram::finished);
+    emit program->Tray()->MenuClick(QStringLiteral("END"), 1);
+    ASSERT_TRUE(WaitFor([&] { return finished.count() == 1; }));
+    EXPECT_FALSE(program->Window().isVisible());
+}
+
+TEST_F(MainProgramTest, AvslutaWaitsForTheExportUnderWay) {
+    server_.SetExportDelay(std::chrono::milliseconds(1500));
+    auto program = Started({QStringLiteral("show")}, true);
+    auto* bibId = program->Window().findChild<QLineEdit*>(QStringLiteral("txtBibId"));
+    QTest::keyClicks(bibId, QString::fromStdString(server_.BibIds().front()));
+    auto* fetch = program->Window().findChild<QWidget*>(QStringLiteral("Command1"));
+    ASSERT_TRUE(WaitFor([&] { return fetch->isEnabled(); }));
+    QTest::keyClick(bibId, Qt::Key_Return);
+    QSignalSpy finished(program.get(), &MainProgram::finished);
+    program->Window().findChild<QAction*>(QStringLiteral("ArkivAv"))->trigger();
+    ASSERT_TRUE(WaitFor([&] { return finished.count() == 1; }));
+    // Delivered in full before the end.
+    EXPECT_EQ(ReadBytes(destination_),
+              server_.ExportReply(server_.BibIds().front(), "interleaved"));
+}
+
+TEST_F(MainProgramTest, ASecondStartShowsTheRunningWindowAndEnds) {
+    auto first = Started({}, true);
+    EXPECT_FALSE(first->Window().isVisible());
+    auto second = Program({}, true);
+    bool handedOver = false;
+    // The first program answers from this same event loop, so the second asks from a thread.
+    std::thread asker([&] {
+        gui::SingleInstance instance(QString::fromStdString((dir_ / "run" / "instance").string()));
+        handedOver = instance.HandOver();
+    });
+    EXPECT_TRUE(WaitFor([&] { return first->Window().isVisible(); }));
+    asker.join();
+    EXPECT_TRUE(handedOver);
+}
+
+TEST_F(MainProgramTest, OnlyOneProgramWatchesAWorkfile) {
+    {
+        // tesselex-cli watch runs: the window says so and does not poll.
+        const WatchLock other(workfile_);
+        ASSERT_TRUE(other.Held());
+        auto program = Started({QStringLiteral("show")}, true);
+        EXPECT_TRUE(WaitFor([&] {
+            return Messages(*program).join(QString()).contains(QStringLiteral("bevakas redan"));
+        }));
+        PlaceFileAtomically(workfile_, HoldingsFor(server_.BibIds().front()));
+        QTest::qWait(300);
+        EXPECT_TRUE(std::filesystem::exists(workfile_));
+        std::filesystem::remove(workfile_);
+    }
+    // The window watches: tesselex-cli watch says so on stderr and ends with status 1.
+    auto program = Started({QStringLiteral("show")}, true);
+    QProcess cli;
+    cli.start(QStringLiteral(TESSELEX_CLI_PATH),
+              {QStringLiteral("watch"), QStringLiteral("--once")});
+    ASSERT_TRUE(cli.waitForFinished(20000));
+    EXPECT_EQ(cli.exitCode(), 1);
+    EXPECT_TRUE(cli.readAllStandardError().contains("already watches"));
+}
+
+TEST_F(MainProgramTest, AnErrorTurnsTheTrayRedUntilTheWindowOpens) {
+    auto program = Started({}, true);
+    program->Controller().FetchClicked();  // no bib id: "Ingen aktiv post!"
+    ASSERT_TRUE(WaitFor([&] { return program->TrayShowsError(); }));
+    EXPECT_EQ(program->Tray()->ToolTip(), QStringLiteral("Ingen aktiv post!"));
+    emit program->Tray()->MenuClick(QStringLiteral("OPEN"), 0);
+    EXPECT_FALSE(program->TrayShowsError());
+}
+
+TEST_F(MainProgramTest, DialogsHandTheirTextsToTheEngine) {
+    auto program = Started({QStringLiteral("show")}, true);
+    // The subjects dialog: Ok stores what it shows.
+    QTimer::singleShot(0, [] {
+        auto* dialog = qobject_cast<FrmSubjects*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->SetStringValue(QStringLiteral("T:084,650;S:600"));
+        dialog->accept();
+    });
+    QTest::mouseClick(program->Window().findChild<QWidget*>(QStringLiteral("CmdSubs")),
+                      Qt::LeftButton);
+    auto* subj = program->Window().findChild<QLineEdit*>(QStringLiteral("TxtSubj"));
+    EXPECT_TRUE(WaitFor([&] { return subj->text() == QStringLiteral("T:084,650 ; S:600"); }));
+    EXPECT_TRUE(
+        WaitFor([&] { return StoredSetting(SettingKey::Subjects) == u"T:084,650 ; S:600"; }));
+
+    // The FTP dialog: a server locks the one-at-a-time option with its reason.
+    QTimer::singleShot(0, [] {
+        auto* dialog = qobject_cast<frmFTP*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->SetValue(frmFTP::kServer, QStringLiteral("127.0.0.1:1"));
+        dialog->accept();
+    });
+    program->Window().findChild<QAction*>(QStringLiteral("ArkivFTP"))->trigger();
+    auto* clear = program->Window().findChild<QCheckBox*>(QStringLiteral("ChkClear"));
+    EXPECT_TRUE(WaitFor([&] { return !clear->isEnabled() && clear->isChecked(); }));
+    EXPECT_FALSE(clear->toolTip().isEmpty());
+    EXPECT_EQ(StoredSetting(SettingKey::FTPServer), u"127.0.0.1:1");
+}
+
+}  // namespace
+}  // namespace tesselex::test
