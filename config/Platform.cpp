@@ -1,9 +1,21 @@
 #include "config/Platform.h"
 
 #include <cstdlib>
+#include <string>
 #include <system_error>
 
+#include "config/InstalledLayout.h"
+
 namespace tesselex {
+
+namespace {
+
+std::string Environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+}  // namespace
 
 std::filesystem::path ProgramFolder() {
     if (const char* home = std::getenv("TESSELEX_HOME"); home != nullptr && *home != '\0') {
@@ -19,7 +31,7 @@ std::filesystem::path ProgramFolder() {
     if (ec) {
         return std::filesystem::current_path(ec);
     }
-    return exe.parent_path();
+    return ChooseProgramFolder(exe.parent_path(), InstalledProgramsFolder(), Environment);
 #endif
 }
 
@@ -35,7 +47,7 @@ std::filesystem::path WindowsFolder() {
 std::filesystem::path ResolveInProgramFolder(const std::filesystem::path& name) {
     const std::string text = name.string();
     if (text.find('/') == std::string::npos && text.find('\\') == std::string::npos) {
-        return ProgramFolder() / name;
+        return FindReadOnlyFile(name, ProgramFolder(), InstalledDataFolder());
     }
     return name;
 }

@@ -28,7 +28,8 @@ void PrintMarcHelp(std::ostream& out) {
            "      lists the bad records. Exit status 1 when any record is bad.\n"
            "  --utf8-source   decode the data fields of the input from UTF-8\n"
            "  --charmap MAP   pass the input through a character map (file name, looked up\n"
-           "                  in the working folder, then in the program folder)\n"
+           "                  in the working folder, then in the program folder, then among\n"
+           "                  the installed character maps)\n"
            "Exit status: 0 done, 1 bad records found by check, 2 usage or input error.\n";
 }
 

@@ -6,12 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "app/Version.h"
 #include "app/cli/Commands.h"
 
 namespace {
 
 void PrintHelp(std::ostream& out) {
-    out << "Usage: tesselex-cli COMMAND [ARGS...]\n\n";
+    out << "Usage: tesselex-cli COMMAND [ARGS...]\n"
+           "       tesselex-cli --version\n\n";
     tesselex::cli::PrintEngineHelp(out);
     out << '\n';
     tesselex::cli::PrintMarcHelp(out);
@@ -24,6 +26,10 @@ int main(int argc, char** argv) {
     if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
         PrintHelp(args.empty() ? std::cerr : std::cout);
         return args.empty() ? 2 : 0;
+    }
+    if (args[0] == "--version") {
+        std::cout << "tesselex-cli " << tesselex::kVersion << '\n';
+        return 0;
     }
     const std::vector<std::string> rest(args.begin() + 1, args.end());
     try {

@@ -1,0 +1,78 @@
+#include "config/InstalledLayout.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "tests/support/TempDir.h"
+#include "tests/support/TestData.h"
+
+namespace tesselex {
+namespace {
+
+using test::TempDir;
+
+struct FolderCase {
+    const char* what;
+    std::filesystem::path executableFolder;
+    std::map<std::string, std::string> environment;
+    std::filesystem::path expected;
+};
+
+TEST(ChooseProgramFolder, BuildTreeBesideTheExecutableInstalledPerUser) {
+    const std::filesystem::path installed = "/usr/bin";
+    const FolderCase cases[] = {
+        {"build tree", "/home/u/src/build/app", {{"HOME", "/home/u"}}, "/home/u/src/build/app"},
+        {"installed", "/usr/bin", {{"HOME", "/home/u"}}, "/home/u/.local/share/TESSELEX"},
+        {"installed, trailing slash",
+         "/usr/bin/",
+         {{"HOME", "/home/u"}},
+         "/home/u/.local/share/TESSELEX"},
+        {"installed, XDG_DATA_HOME",
+         "/usr/bin",
+         {{"HOME", "/home/u"}, {"XDG_DATA_HOME", "/data/u"}},
+         "/data/u/TESSELEX"},
+        {"relative XDG_DATA_HOME ignored",
+         "/usr/bin",
+         {{"HOME", "/home/u"}, {"XDG_DATA_HOME", "data"}},
+         "/home/u/.local/share/TESSELEX"},
+        {"TESSELEX_HOME over installed",
+         "/usr/bin",
+         {{"HOME", "/home/u"}, {"TESSELEX_HOME", "/srv/t"}},
+         "/srv/t"},
+        {"TESSELEX_HOME over build tree", "/b/app", {{"TESSELEX_HOME", "/srv/t"}}, "/srv/t"},
+        {"installed without any home", "/usr/bin", {}, "/usr/bin"},
+        {"another prefix is not installed",
+         "/usr/local/bin",
+         {{"HOME", "/home/u"}},
+         "/usr/local/bin"},
+    };
+    for (const FolderCase& c : cases) {
+        const auto lookup = [&c](const char* name) {
+            const auto it = c.environment.find(name);
+            return it == c.environment.end() ? std::string() : it->second;
+        };
+        EXPECT_EQ(ChooseProgramFolder(c.executableFolder, installed, lookup), c.expected) << c.what;
+    }
+}
+
+TEST(FindReadOnlyFile, ProgramFolderFirstThenTheShippedCopy) {
+    const TempDir dir;
+    const auto program = dir / "program";
+    const auto data = dir / "share";
+    std::filesystem::create_directories(program);
+    std::filesystem::create_directories(data / "charmaps");
+    std::filesystem::create_directories(data / "display");
+    test::WriteBytes(data / "charmaps" / "MARC8.txt", "shipped");
+    test::WriteBytes(data / "display" / "Display.cfg", "shipped");
+    test::WriteBytes(program / "Display.cfg", "own");
+
+    EXPECT_EQ(FindReadOnlyFile("MARC8.txt", program, data), data / "charmaps" / "MARC8.txt");
+    EXPECT_EQ(FindReadOnlyFile("Display.cfg", program, data), program / "Display.cfg");
+    // Missing everywhere: the program folder's path, so the error names where it was expected.
+    EXPECT_EQ(FindReadOnlyFile("Missing.cfg", program, data), program / "Missing.cfg");
+}
+
+}  // namespace
+}  // namespace tesselex
