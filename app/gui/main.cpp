@@ -2,12 +2,20 @@
 // area; with any argument it shows its window at once. A second start shows the running one.
 
 #include <QApplication>
+#include <cstring>
+#include <iostream>
 
+#include "app/Version.h"
 #include "app/gui/AppIcons.h"
 #include "app/gui/MainProgram.h"
 #include "app/gui/StopSignals.h"
 
 int main(int argc, char** argv) {
+    // Answered before any display is opened, so that it works on a machine without one.
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+        std::cout << "tesselex " << tesselex::kVersion << '\n';
+        return 0;
+    }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tesselex"));
     QApplication::setApplicationDisplayName(QStringLiteral("TESSEL Export (7)"));
