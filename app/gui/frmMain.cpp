@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSplitter>
 #include <QStyle>
@@ -18,6 +19,7 @@
 #include <QTextBrowser>
 #include <QVBoxLayout>
 
+#include "app/Version.h"
 #include "app/engine/FormState.h"
 #include "app/engine/QtText.h"
 #include "app/gui/AppIcons.h"
@@ -135,6 +137,13 @@ void frmMain::BuildMenus() {
         connect(action, &QAction::triggered, this,
                 [this, name = Text(item->Name)] { controller_.MenuClicked(name); });
     }
+    QAction* about = arkiv->addAction(QStringLiteral("&Om TESSEL Export..."));
+    about->setObjectName(QStringLiteral("ArkivOm"));
+    connect(about, &QAction::triggered, this, [this] {
+        QMessageBox::about(
+            this, QStringLiteral("Om TESSEL Export"),
+            QStringLiteral("TESSEL Export (7)\nVersion ") + QString::fromLatin1(kVersion));
+    });
     arkiv->addSeparator();
     QAction* quit = arkiv->addAction(QStringLiteral("&Avsluta"));
     quit->setObjectName(QStringLiteral("ArkivAv"));

@@ -8,6 +8,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTableWidget>
@@ -15,6 +16,7 @@
 #include <QTextBrowser>
 #include <QTimer>
 
+#include "app/Version.h"
 #include "config/Utf.h"
 #include "tests/app/gui/GuiFixture.h"
 #include "tests/support/TestData.h"
@@ -46,6 +48,19 @@ TEST_F(FrmMainTest, CaptionsItemsAndTabOrderFollowTheForm) {
         EXPECT_EQ(QApplication::focusWidget(), Find<QWidget>(order[i]))
             << order[i] << " got " << QApplication::focusWidget()->objectName().toStdString();
     }
+}
+
+TEST_F(FrmMainTest, AboutBoxFromArkivShowsTheVersion) {
+    StartWindow();
+    QString shown;
+    QTimer::singleShot(0, [&shown] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        ASSERT_NE(box, nullptr);
+        shown = box->text();
+        box->accept();
+    });
+    Find<QAction>("ArkivOm")->trigger();
+    EXPECT_EQ(shown, QStringLiteral("TESSEL Export (7)\nVersion ") + QString::fromLatin1(kVersion));
 }
 
 struct StartCase {
