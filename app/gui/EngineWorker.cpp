@@ -94,7 +94,10 @@ void EngineWorker::Forward(const FormChange& change) {
     if (change.Aspect == FormAspect::Rows) {
         GridRows rows;
         for (const DisplayField& field : *change.Rows) {
-            rows.append({Q(field.Tag), Q(field.Indicator1), Q(field.Indicator2), Q(field.Value)});
+            // The subfield delimiter has no glyph; cataloguers read it as "$".
+            QString value = Q(field.Value);
+            value.replace(QChar(0x1F), QLatin1Char('$'));
+            rows.append({Q(field.Tag), Q(field.Indicator1), Q(field.Indicator2), value});
         }
         Post([rows, html = RecordsHtml()](EngineController& c) {
             emit c.recordsChanged(rows, html);

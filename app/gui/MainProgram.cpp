@@ -1,6 +1,6 @@
 #include "app/gui/MainProgram.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QLineEdit>
@@ -147,6 +147,13 @@ void MainProgram::Quit() {
         return;
     }
     quitting_ = true;
+    // An open box or dialog would hold the end back (the engine may be waiting for its
+    // answer): each is closed as with Esc.
+    while (QWidget* modal = QApplication::activeModalWidget()) {
+        if (!modal->close()) {
+            break;
+        }
+    }
     controller_->Shutdown();
 }
 

@@ -85,6 +85,8 @@ frmMain::frmMain(EngineController& controller, QWidget* parent)
     }
     vw_ = new QTextBrowser;
     vw_->setObjectName(QStringLiteral("vw"));
+    // The display's links name catalogue searches, not pages this view could open.
+    vw_->setOpenLinks(false);
     auto* records = new QSplitter(Qt::Horizontal);
     records->setObjectName(QStringLiteral("Records"));
     records->addWidget(grid_);

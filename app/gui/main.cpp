@@ -18,7 +18,6 @@ int main(int argc, char** argv) {
     }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tesselex"));
-    QApplication::setApplicationDisplayName(QStringLiteral("TESSEL Export (7)"));
     QApplication::setWindowIcon(tesselex::gui::AppIcon());
     // The window hides instead of closing; only "Avsluta" and the end signals end the program.
     QApplication::setQuitOnLastWindowClosed(false);
