@@ -1,8 +1,6 @@
 #include "app/gui/MainProgram.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QFileInfo>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QSystemTrayIcon>
@@ -10,6 +8,7 @@
 #include "app/gui/AppIcons.h"
 #include "app/gui/SingleInstance.h"
 #include "app/gui/frmMain.h"
+#include "config/InstalledLayout.h"
 #include "config/Platform.h"
 #include "dialogs/FrmSubjects.h"
 #include "dialogs/frmFTP.h"
@@ -35,15 +34,12 @@ Prompts DesktopPrompts() {
 }
 
 QString DefaultDisplayConfig() {
-    const QString inProgramFolder =
-        QString::fromStdU16String(ProgramFolder().u16string()) + QStringLiteral("/Display.cfg");
-    const QString installed = QCoreApplication::applicationDirPath() +
-                              QStringLiteral("/../share/tesselex/display/Display.cfg");
-    for (const QString& candidate : {inProgramFolder, installed}) {
-        if (QFileInfo::exists(candidate)) {
-            return QDir::cleanPath(candidate);
-        }
+    const std::filesystem::path found =
+        FindReadOnlyFile("Display.cfg", ProgramFolder(), InstalledDataFolder());
+    if (std::filesystem::exists(found)) {
+        return QString::fromStdU16String(found.u16string());
     }
+    // Run from the build folder: the source tree's copy.
     return QStringLiteral(TESSELEX_DATA_DIR "/display/Display.cfg");
 }
 

@@ -34,7 +34,7 @@ struct ProgramOptions {
 // Message boxes on the desktop: an exclamation box, a yes/no question.
 Prompts DesktopPrompts();
 // The display configuration of the readable record view: the program folder's Display.cfg,
-// else the one installed beside the program, else the one of the source tree.
+// else the installed one, else the source tree's.
 QString DefaultDisplayConfig();
 
 class MainProgram : public QObject {
