@@ -184,8 +184,9 @@ int RunEngineCommand(const std::string& command, const std::vector<std::string>&
 }
 
 void PrintEngineHelp(std::ostream& out) {
-    out << "Export commands (program folder: $TESSELEX_HOME, else beside the executable;\n"
-           "it holds export.url, ConfigURL.TXT, Config.TXT and Logs/):\n"
+    out << "Export commands (program folder: $TESSELEX_HOME, else beside the executable, or\n"
+           "~/.local/share/TESSELEX when installed; it holds export.url, ConfigURL.TXT,\n"
+           "Config.TXT and Logs/):\n"
            "  watch [--once]         start up, then poll the holdings workfile once a second and\n"
            "                         export the record its 004 names; --once polls once and\n"
            "                         exits. SIGINT/SIGTERM end it between polls. Status lines\n"
