@@ -4,6 +4,7 @@
 // 127.0.0.1, a fresh program folder and settings.
 // Usage: bench_window_stall [REPLY_SECONDS]
 
+#include <unistd.h>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QLineEdit>
@@ -15,7 +16,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <unistd.h>
 
 #include "app/engine/Settings.h"
 #include "app/gui/EngineController.h"
@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
     const std::filesystem::path dir =
         std::filesystem::temp_directory_path() / ("tesselex-stall-" + std::to_string(getpid()));
     std::filesystem::create_directories(dir / "home");
+    std::filesystem::permissions(dir, std::filesystem::perms::owner_all);
     setenv("TESSELEX_HOME", (dir / "home").c_str(), 1);
     setenv("XDG_RUNTIME_DIR", dir.c_str(), 1);
     QApplication app(argc, argv);
@@ -47,12 +48,18 @@ int main(int argc, char** argv) {
     window.show();
     QSignalSpy started(&controller, &tesselex::gui::EngineController::started);
     controller.Start();
-    QTest::qWaitFor([&] { return started.count() > 0; }, 20000);
+    if (!QTest::qWaitFor([&] { return started.count() > 0; }, 20000)) {
+        std::fprintf(stderr, "bench_window_stall: start-up did not finish\n");
+        return 1;
+    }
 
     auto* bibId = window.findChild<QLineEdit*>(QStringLiteral("txtBibId"));
     auto* fetch = window.findChild<QPushButton*>(QStringLiteral("Command1"));
     QTest::keyClicks(bibId, QString::fromStdString(server.BibIds().front()));
-    QTest::qWaitFor([&] { return fetch->isEnabled(); }, 20000);
+    if (!QTest::qWaitFor([&] { return fetch->isEnabled(); }, 20000)) {
+        std::fprintf(stderr, "bench_window_stall: the fetch button stayed disabled\n");
+        return 1;
+    }
 
     QElapsedTimer clock;
     qint64 last = 0;
@@ -67,13 +74,15 @@ int main(int argc, char** argv) {
     clock.start();
     ticker.start(5);
     fetch->click();
-    QTest::qWaitFor([&] { return busy.count() >= 2; }, (replySeconds + 30) * 1000);
+    const bool finished =
+        QTest::qWaitFor([&] { return busy.count() >= 2; }, (replySeconds + 30) * 1000);
     const qint64 total = clock.elapsed();
     ticker.stop();
-    std::printf("reply held %d s; fetch took %.1f s; longest event-loop gap %lld ms "
-                "(timer interval 5 ms)\n",
-                replySeconds, static_cast<double>(total) / 1000.0, static_cast<long long>(longest));
+    std::printf(
+        "reply held %d s; fetch took %.1f s; longest event-loop gap %lld ms "
+        "(timer interval 5 ms)\n",
+        replySeconds, static_cast<double>(total) / 1000.0, static_cast<long long>(longest));
     server.Stop();
     std::filesystem::remove_all(dir);
-    return busy.count() >= 2 ? 0 : 1;
+    return finished ? 0 : 1;
 }
