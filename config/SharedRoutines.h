@@ -7,6 +7,7 @@
 // 8-bit strings (replies, whole files) hold one character per byte, decoded through the code
 // page (config/CodePage.h), so they can be turned back into the same bytes.
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -29,6 +30,29 @@ DateTime LocalNow();
 // and its hexadecimal value in capitals without a leading zero (0x0A gives "%A").
 std::u16string UrlEncode(std::u16string_view text);
 
+// No single fetch or FTP transfer takes longer than this, however slowly the server drips.
+inline constexpr std::chrono::seconds kTransferLimit{120};
+
+// Why a network call failed. Only http and https are ever fetched: any other address, also
+// one reached by a redirect, is NoConnection.
+enum class NetFailure {
+    None,
+    NoConnection,  // refused, unknown host, not an http(s) address, broken off
+    TimedOut,      // connect, stall or overall limit
+    HttpStatus,    // the server answered with a status of 400 or more
+    EmptyReply,    // status below 400 but not one byte of body
+    Refused,       // FTP: the server declined (log-in, permission, missing folder)
+};
+
+// A fetch as the caller needs it to say what went wrong. An error page keeps its Body.
+struct FetchResult {
+    std::u16string Body;  // 8-bit string, whatever the status
+    NetFailure Failure = NetFailure::None;
+    int HttpStatus = 0;     // 0 when no reply came
+    std::u16string Reason;  // the transport's own words (English, for logs), empty on success
+    bool Ok() const { return Failure == NetFailure::None; }
+};
+
 // An open HTTP request; a null handle is the failure value ("0").
 class UrlRequest;
 using UrlHandle = std::shared_ptr<UrlRequest>;
@@ -40,6 +64,9 @@ UrlHandle OpenUrl(std::u16string_view address);
 bool ReadChunk(UrlHandle& handle, std::u16string& chunk);
 // The whole reply body as an 8-bit string, whatever the HTTP status; empty on any failure.
 std::u16string FetchUrl(std::u16string_view address);
+// The same fetch, telling how it ended; it never runs longer than the limit.
+FetchResult FetchUrlResult(std::u16string_view address,
+                           std::chrono::seconds limit = kTransferLimit);
 // Fetches the address; a non-empty reply that is not an error page (contains "<html>" in any
 // letter case) is written, its line ends made CR LF, to a new temporary file whose path is
 // returned. Otherwise an empty path.
@@ -72,13 +99,22 @@ std::u16string ReadIniValue(const std::filesystem::path& file, std::u16string_vi
 class FtpConnection;
 using FtpHandle = std::shared_ptr<FtpConnection>;
 
+// Why the last FTP call failed: the kind and the server's or transport's own words.
+struct FtpError {
+    NetFailure Failure = NetFailure::None;
+    std::u16string Reason;
+};
+
 // Connects and logs in, passive mode, connect and receive timeouts of 120 s. The server text is
-// a host name or address, optionally followed by ":port" (default 21).
+// a host name or address, optionally followed by ":port" (default 21). Each later transfer on
+// the connection ends after at most `limit`. On failure, *error (when given) says why.
 FtpHandle FtpConnect(std::u16string_view server, std::u16string_view user,
-                     std::u16string_view password);
+                     std::u16string_view password, FtpError* error = nullptr,
+                     std::chrono::seconds limit = kTransferLimit);
 // Uploads the local file under the remote name (a path on the server), binary unless ascii.
+// On failure, *error (when given) says why.
 bool FtpSend(const FtpHandle& handle, std::u16string_view remote,
-             const std::filesystem::path& local, bool ascii);
+             const std::filesystem::path& local, bool ascii, FtpError* error = nullptr);
 // Closes the connection (a null handle is ignored) and sets the handle to null.
 void FtpClose(FtpHandle& handle);
 

@@ -3,6 +3,7 @@
 // is handed out as soon as it arrives, without holding the whole reply first.
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 
@@ -15,8 +16,8 @@ namespace tesselex {
 namespace {
 
 constexpr std::size_t kChunkBytes = 8192;
-// A dead server must not hang the program; a slow but living one may take as long as it needs,
-// so there is a connect limit and a stall limit but no limit on the whole transfer.
+// A dead server must not hang the program: a connect limit, a stall limit, and an overall limit
+// (kTransferLimit) so a server dripping a byte now and then cannot hold a fetch for ever.
 constexpr long kConnectTimeoutSeconds = 30;
 constexpr long kStallSeconds = 60;
 constexpr int kPollMilliseconds = 1000;
@@ -56,13 +57,25 @@ class UrlRequest {
     UrlRequest(const UrlRequest&) = delete;
     UrlRequest& operator=(const UrlRequest&) = delete;
 
-    bool Start(std::u16string_view address);
+    bool Start(std::u16string_view address, std::chrono::seconds limit);
     // Runs the transfer until at least one unread byte is held or it has ended.
     void FillBuffer();
     // Up to `limit` unread bytes, removed from the buffer.
     std::string Take(std::size_t limit);
     bool HasData() const { return consumed_ < buffer_.size(); }
     bool Failed() const { return done_ && result_ != CURLE_OK; }
+    CURLcode Result() const { return result_; }
+    long Status() const {
+        long status = 0;
+        if (!easy_) {
+            return 0;
+        }
+        curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
+        return status;
+    }
+    std::string ErrorText() const {
+        return errorText_[0] != '\0' ? std::string(errorText_) : curl_easy_strerror(result_);
+    }
 
   private:
     void Pump();
@@ -76,9 +89,10 @@ class UrlRequest {
     std::size_t consumed_ = 0;
     bool done_ = false;
     CURLcode result_ = CURLE_OK;
+    char errorText_[CURL_ERROR_SIZE] = {};
 };
 
-bool UrlRequest::Start(std::u16string_view address) {
+bool UrlRequest::Start(std::u16string_view address, std::chrono::seconds limit) {
     easy_ = detail::NewCurlEasy();
     multi_ = curl_multi_init();
     if (!easy_ || multi_ == nullptr || address.empty()) {
@@ -101,6 +115,9 @@ bool UrlRequest::Start(std::u16string_view address) {
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT, kConnectTimeoutSeconds);
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, kStallSeconds);
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS,
+                     static_cast<long>(std::chrono::milliseconds(limit).count()));
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, CollectBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, &buffer_);
     if (curl_multi_add_handle(multi_, easy) != CURLM_OK) {
@@ -148,10 +165,23 @@ std::string UrlRequest::Take(std::size_t limit) {
     return bytes;
 }
 
+namespace {
+
+// The request, whether or not it could be opened; null only when libcurl cannot be set up.
+std::shared_ptr<UrlRequest> StartRequest(std::u16string_view address, std::chrono::seconds limit,
+                                         bool& opened) {
+    auto request = std::make_shared<UrlRequest>();
+    opened = request->Start(address, limit);
+    return request;
+}
+
+}  // namespace
+
 UrlHandle OpenUrl(std::u16string_view address) {
     try {
-        auto request = std::make_shared<UrlRequest>();
-        return request->Start(address) ? request : nullptr;
+        bool opened = false;
+        auto request = StartRequest(address, kTransferLimit, opened);
+        return opened ? request : nullptr;
     } catch (const std::exception&) {
         return nullptr;
     }
@@ -191,6 +221,41 @@ std::u16string FetchUrl(std::u16string_view address) {
         return {};
     }
     return reply;
+}
+
+FetchResult FetchUrlResult(std::u16string_view address, std::chrono::seconds limit) {
+    FetchResult result;
+    try {
+        bool opened = false;
+        UrlHandle handle = StartRequest(address, limit, opened);
+        const UrlHandle request = handle;
+        std::u16string chunk;
+        while (opened && ReadChunk(handle, chunk)) {
+            result.Body += chunk;
+        }
+        result.HttpStatus = static_cast<int>(request->Status());
+        if (address.empty()) {
+            result.Failure = NetFailure::NoConnection;
+            result.Reason = u"no address";
+        } else if (request->Failed() || !opened) {
+            const CURLcode code = request->Result();
+            result.Failure =
+                code == CURLE_OPERATION_TIMEDOUT ? NetFailure::TimedOut : NetFailure::NoConnection;
+            result.Reason = AnsiToText(request->ErrorText());
+            result.Body.clear();
+        } else if (result.HttpStatus >= 400) {
+            result.Failure = NetFailure::HttpStatus;
+            result.Reason = u"HTTP " + FromAscii(std::to_string(result.HttpStatus));
+        } else if (result.Body.empty()) {
+            result.Failure = NetFailure::EmptyReply;
+            result.Reason = u"empty reply";
+        }
+    } catch (const std::exception& error) {
+        result = FetchResult{};
+        result.Failure = NetFailure::NoConnection;
+        result.Reason = AnsiToText(error.what());
+    }
+    return result;
 }
 
 std::filesystem::path FetchToTempFile(std::u16string_view address) {

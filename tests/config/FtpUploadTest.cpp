@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <string>
 
 #include "config/SharedRoutines.h"
@@ -100,6 +106,52 @@ TEST_F(FtpUpload, WrongLogInOrNoServerGivesNoHandle) {
     server_.Stop();
     EXPECT_FALSE(FtpSend(handle, u"x.mrc", local_ / "x.mrc", false));
     EXPECT_FALSE(Connect(server));
+}
+
+TEST_F(FtpUpload, FailuresSayWhy) {
+    using namespace std::chrono_literals;
+    std::filesystem::create_directory(server_.Root() / "in");
+    FtpHandle writer = Connect(server_.ServerText());
+    FtpHandle reader = FtpConnect(server_.ServerText(), u"reader", server_.PasswordText());
+    ASSERT_TRUE(writer);
+    ASSERT_TRUE(reader);
+    struct Case {
+        const char* What;
+        const FtpHandle* Handle;
+        std::u16string Remote;
+        NetFailure Failure;
+    };
+    const Case cases[] = {
+        {"no write permission", &reader, u"in/x.mrc", NetFailure::Refused},
+        {"missing folder", &writer, u"missing/x.mrc", NetFailure::Refused},
+        {"closed during upload", &writer, u"cut.mrc", NetFailure::NoConnection},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.What);
+        FtpError error;
+        EXPECT_FALSE(FtpSend(*c.Handle, c.Remote, local_ / "x.mrc", false, &error));
+        EXPECT_EQ(error.Failure, c.Failure);
+        EXPECT_FALSE(error.Reason.empty());
+        EXPECT_FALSE(std::filesystem::exists(server_.Root() / "in/x.mrc"));
+        EXPECT_EQ(ReadBytes(local_ / "x.mrc"), "data");
+    }
+    FtpError error;
+    EXPECT_FALSE(FtpConnect(server_.ServerText(), u"nobody", u"x", &error));
+    EXPECT_EQ(error.Failure, NetFailure::Refused);
+
+    // A server that accepts the connection but never says a word: the overall limit ends it.
+    const int silent = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr*>(&address), length), 0);
+    ASSERT_EQ(listen(silent, 1), 0);
+    getsockname(silent, reinterpret_cast<sockaddr*>(&address), &length);
+    const std::u16string mute = FromAscii("127.0.0.1:" + std::to_string(ntohs(address.sin_port)));
+    EXPECT_FALSE(FtpConnect(mute, u"a", u"b", &error, 1s));
+    EXPECT_EQ(error.Failure, NetFailure::TimedOut);
+    close(silent);
 }
 
 }  // namespace

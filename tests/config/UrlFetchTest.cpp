@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <random>
 #include <string>
 
@@ -11,6 +12,7 @@
 #include "config/Error.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
+#include "config/Utf.h"
 #include "tests/support/FreePort.h"
 #include "tests/support/LoopbackHttpServer.h"
 #include "tests/support/ScopedEnv.h"
@@ -116,6 +118,50 @@ TEST_F(UrlFetch, FailuresGiveNothing) {
     EXPECT_EQ(FetchUrl(server_.UrlText("/ok")), u"fine");
     server_.Stop();
     EXPECT_EQ(FetchUrl(server_.UrlText("/ok")), u"");
+}
+
+TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
+    using namespace std::chrono_literals;
+    server_.Get("/ok", {200, "fine"});
+    server_.Get("/500", {500, "<html>broken</html>", "text/html"});
+    server_.Get("/empty", {200, ""});
+    server_.Get("/drip", {200, std::string(50, 'x'), "text/plain", {}, 100ms});
+    server_.Get("/stall", {200, "late", "text/plain", {}, 5000ms});
+    server_.Get("/to-file", {302, "", "text/plain", {{"Location", "file:///etc/hostname"}}});
+    server_.Get("/to-ftp", {302, "", "text/plain", {{"Location", "ftp://127.0.0.1:1/x"}}});
+    struct Case {
+        std::u16string Address;
+        NetFailure Failure;
+        int Status;
+        std::u16string Body;
+    };
+    const Case cases[] = {
+        {server_.UrlText("/ok"), NetFailure::None, 200, u"fine"},
+        {server_.UrlText("/500"), NetFailure::HttpStatus, 500, u"<html>broken</html>"},
+        {server_.UrlText("/empty"), NetFailure::EmptyReply, 200, u""},
+        {server_.UrlText("/missing"), NetFailure::HttpStatus, 404, u""},
+        // Each byte comes in time, yet the whole reply would take five seconds: the overall
+        // limit (one second here) ends it.
+        {server_.UrlText("/drip"), NetFailure::TimedOut, 200, u""},
+        {server_.UrlText("/stall"), NetFailure::TimedOut, 200, u""},
+        {server_.UrlText("/to-file"), NetFailure::NoConnection, 302, u""},
+        {server_.UrlText("/to-ftp"), NetFailure::NoConnection, 302, u""},
+        {ClosedAddress(), NetFailure::NoConnection, 0, u""},
+        {u"file:///etc/hostname", NetFailure::NoConnection, 0, u""},
+        {u"", NetFailure::NoConnection, 0, u""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(TextToUtf8(c.Address));
+        const FetchResult result = FetchUrlResult(c.Address, 1s);
+        EXPECT_EQ(result.Failure, c.Failure);
+        EXPECT_EQ(result.HttpStatus, c.Status);
+        EXPECT_EQ(result.Body, c.Body);
+        EXPECT_EQ(result.Ok(), result.Reason.empty()) << TextToUtf8(result.Reason);
+        // The old call keeps its meaning: the body, error pages included, or nothing.
+        if (c.Failure != NetFailure::TimedOut) {
+            EXPECT_EQ(FetchUrl(c.Address), c.Body);
+        }
+    }
 }
 
 TEST_F(UrlFetch, FetchToTempFileMakesLineEndsCrLf) {

@@ -4,7 +4,8 @@
 // constructor returns once the server accepts connections; the destructor kills the process
 // and removes the folder. Connect with FtpConnect(ServerText(), UserText(), PasswordText());
 // what the server stored lies under Root(). The user may read, write, create folders, rename and
-// delete under the root. A failed login is answered at once (the usual anti-guessing delay is off)
+// delete under the root. A second user, "reader" with the same password, may only read. An
+// upload whose name begins with "cut" has its connection closed by the server. A failed login is answered at once (the usual anti-guessing delay is off)
 // so failure tests stay quick. The server is also killed when the thread that started it ends, so
 // start it from the test's own thread (a fixture member or a local), not from a short-lived helper
 // thread.

@@ -50,7 +50,26 @@ LoopbackHttpServer::LoopbackHttpServer() : server_(std::make_unique<httplib::Ser
         for (const auto& [name, value] : reply.Headers) {
             out.set_header(name.c_str(), value);
         }
-        out.set_content(reply.Body, reply.ContentType.c_str());
+        if (reply.DripEvery.count() == 0) {
+            out.set_content(reply.Body, reply.ContentType.c_str());
+            return;
+        }
+        out.set_chunked_content_provider(
+            reply.ContentType, [this, reply](std::size_t offset, httplib::DataSink& sink) {
+                // Short naps, so a stopping server is not held up by a long pause.
+                for (auto slept = std::chrono::milliseconds(0); slept < reply.DripEvery;
+                     slept += std::chrono::milliseconds(10)) {
+                    if (stopping_) {
+                        return false;
+                    }
+                    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                }
+                if (offset >= reply.Body.size()) {
+                    sink.done();
+                    return true;
+                }
+                return sink.write(reply.Body.data() + offset, 1);
+            });
     });
     port_ = server_->bind_to_any_port("127.0.0.1");
     if (port_ <= 0) {
@@ -68,6 +87,7 @@ LoopbackHttpServer::~LoopbackHttpServer() {
 }
 
 void LoopbackHttpServer::Stop() {
+    stopping_ = true;
     if (thread_.joinable()) {
         server_->stop();
         thread_.join();

@@ -5,6 +5,8 @@
 // served; a path without a reply answers 404 with an empty body. Bodies are bytes, sent
 // unchanged. Requests() lists every request seen, in order, with path, query and headers.
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -27,6 +29,9 @@ class LoopbackHttpServer {
         std::string ContentType = "text/plain";
         // Extra reply headers, e.g. {"Location", "/elsewhere"} for a redirect.
         std::multimap<std::string, std::string> Headers = {};
+        // When set, the body goes out one byte at a time with this pause before each byte
+        // (a slow or stalled server).
+        std::chrono::milliseconds DripEvery{0};
     };
 
     // One request as the server received it.
@@ -70,6 +75,7 @@ class LoopbackHttpServer {
     std::unique_ptr<httplib::Server> server_;
     std::thread thread_;
     int port_ = 0;
+    std::atomic<bool> stopping_{false};
     mutable std::mutex mutex_;
     std::map<std::string, Handler> handlers_;
     std::vector<Request> requests_;
