@@ -14,6 +14,18 @@ if(TESSELEX_SANITIZE)
     target_link_options(tesselex_common INTERFACE -fsanitize=address,undefined)
 endif()
 
+# The fuzzing build: every layer is instrumented for coverage and checked by ASan and UBSan;
+# only the targets in fuzz/ link libFuzzer's own main.
+if(TESSELEX_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        message(FATAL_ERROR "TESSELEX_FUZZ needs clang (libFuzzer)")
+    endif()
+    target_compile_options(tesselex_common INTERFACE
+        -fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+        -fno-sanitize-recover=undefined)
+    target_link_options(tesselex_common INTERFACE -fsanitize=address,undefined)
+endif()
+
 # Collects the sources of one layer folder. Layers are globbed so that a new class needs no
 # edit of a shared list; CONFIGURE_DEPENDS makes the build notice added files.
 function(tesselex_layer_sources out dir)
