@@ -139,14 +139,23 @@ int SettingsCommand(const std::vector<std::string>& args) {
     const std::string action = args.empty() ? std::string() : args[0];
     if (action == "list" && args.size() == 1) {
         for (const SettingKeyInfo& info : SettingKeys()) {
-            std::cout << TextToUtf8(info.Name) << '=' << TextToUtf8(settings.Setting(info.Key))
+            const std::u16string value = settings.Setting(info.Key);
+            // The password never shows on a screen someone may be looking at.
+            const bool masked = info.Key == SettingKey::FTPPassword && !value.empty();
+            std::cout << TextToUtf8(info.Name) << '=' << (masked ? "********" : TextToUtf8(value))
                       << '\n';
         }
         return 0;
     }
-    if (action == "get" && args.size() == 2) {
+    const bool showSecret = args.size() == 3 && args[2] == "--show-secret";
+    if (action == "get" && (args.size() == 2 || showSecret)) {
         const auto key = KnownKey(args[1]);
         if (!key) {
+            return 2;
+        }
+        if (*key == SettingKey::FTPPassword && !showSecret) {
+            std::cerr << "tesselex-cli: the FTP password is shown only with "
+                         "'settings get FTPPassword --show-secret'\n";
             return 2;
         }
         std::cout << TextToUtf8(settings.Setting(*key)) << '\n';
@@ -160,7 +169,7 @@ int SettingsCommand(const std::vector<std::string>& args) {
         settings.StoreSetting(*key, Utf8ToText(args[2]));
         return 0;
     }
-    return Usage("settings list | get KEY | set KEY VALUE");
+    return Usage("settings list | get KEY [--show-secret] | set KEY VALUE");
 }
 
 }  // namespace
@@ -195,8 +204,10 @@ void PrintEngineHelp(std::ostream& out) {
            "  fetch [BIBID]          fetch and deliver BIBID now (default: the last bib id);\n"
            "                         exit status 1 when an error status line was shown\n"
            "  request BIBID          print the request address a fetch of BIBID would send\n"
-           "  settings list          every setting with its value\n"
-           "  settings get KEY       one setting (keys are matched without regard to case)\n"
+           "  settings list          every setting with its value (the FTP password as ********)\n"
+           "  settings get KEY [--show-secret]\n"
+           "                         one setting (keys are matched without regard to case);\n"
+           "                         FTPPassword only with --show-secret\n"
            "  settings set KEY VALUE change one setting, e.g. Destination, FTPServer, Logging\n"
            "\n"
            "Settings keys:\n";

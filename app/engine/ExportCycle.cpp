@@ -94,11 +94,15 @@ void ExportEngine::ExportRecord() {
     PublishFormChanges();
     try {
         settings_.StoreSetting(SettingKey::LastBibId, form_.txtBibId.Text);
-        const std::u16string reply = Fetch(BuildRequest());
+        const FetchResult reply = FetchRecords(BuildRequest());
+        if (!reply.Ok() && reply.Failure != NetFailure::HttpStatus) {
+            ReportFailedFetch(reply);
+            return;
+        }
 
         std::vector<std::u16string> kept;
         std::u16string exportText;
-        for (std::u16string& record : SplitRecords(reply)) {
+        for (std::u16string& record : SplitRecords(reply.Body)) {
             if (IsWellFormed(record)) {
                 exportText += record;
                 kept.push_back(std::move(record));
@@ -108,6 +112,9 @@ void ExportEngine::ExportRecord() {
             }
         }
         if (exportText.empty()) {
+            // An error page went through the record check above (its own log line stays); a
+            // reply with pieces but no usable record is one more error for the bib id.
+            ReportFailedFetch(reply);
             return;
         }
         if (SaveExport(exportText) && !ftp_.Server.empty()) {
@@ -117,6 +124,29 @@ void ExportEngine::ExportRecord() {
     } catch (const std::exception&) {
         // An export that fails half way ends quietly; the bib id stays for a manual retry.
     }
+}
+
+void ExportEngine::ReportFailedFetch(const FetchResult& reply) {
+    std::u16string cause;
+    switch (reply.Failure) {
+        case NetFailure::TimedOut:
+            cause = u"exportservern svarade inte i tid";
+            break;
+        case NetFailure::HttpStatus:
+            cause = u"exportservern svarade med HTTP-status " +
+                    FromAscii(std::to_string(reply.HttpStatus));
+            break;
+        case NetFailure::EmptyReply:
+            cause = u"exportservern gav ett tomt svar";
+            break;
+        case NetFailure::None:
+            cause = u"svaret innehöll ingen korrekt post";
+            break;
+        default:
+            cause = u"ingen kontakt med exportservern";
+            break;
+    }
+    log_.Report(u"Post #" + form_.txtBibId.Text + u" kunde inte hämtas: " + cause + u".", true);
 }
 
 bool ExportEngine::SaveExport(std::u16string_view records) {

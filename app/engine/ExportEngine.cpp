@@ -45,6 +45,16 @@ std::u16string ExportEngine::Fetch(std::u16string_view address) const {
     return seams_.Fetch ? seams_.Fetch(address) : FetchUrl(address);
 }
 
+FetchResult ExportEngine::FetchRecords(std::u16string_view address) const {
+    if (seams_.Fetch) {
+        FetchResult reply;
+        reply.Body = seams_.Fetch(address);
+        reply.Failure = reply.Body.empty() ? NetFailure::EmptyReply : NetFailure::None;
+        return reply;
+    }
+    return FetchUrlResult(address);
+}
+
 void ExportEngine::PublishFormChanges() {
     for (const FormChange& change : published_.Changes(form_, displayRows_)) {
         if (formSink_) {

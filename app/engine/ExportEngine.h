@@ -111,6 +111,10 @@ class ExportEngine {
     void UpdateClearOption();
     MarcObject& Record();
     std::u16string Fetch(std::u16string_view address) const;
+    // The record fetch, telling how it failed (a seam's reply counts as an answer).
+    FetchResult FetchRecords(std::u16string_view address) const;
+    // The error status and log line for a fetch that brought nothing to deliver.
+    void ReportFailedFetch(const FetchResult& reply);
     // The program folder's file of that name whatever the letter case of the name on disk (as
     // the system's own file system matches names); the name as given when there is none.
     std::filesystem::path ProgramFile(std::u16string_view name) const;

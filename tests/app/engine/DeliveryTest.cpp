@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
 #include <vector>
 
 #include "config/CodePage.h"
@@ -69,12 +75,39 @@ TEST_F(DeliveryTest, WithoutClearExportsFollowEachOtherUnchangedAndWithClearTheL
     EXPECT_TRUE(log.ends_with(": " + TextToAnsi(saved) + "\r\n"));
 }
 
-TEST_F(DeliveryTest, AnUnwritableDestinationFailsSilently) {
+TEST_F(DeliveryTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
     EXPECT_FALSE(delivery_.SaveExport(u"rec", Destination("no/such/folder/out.mrc"), false, u"1"));
     EXPECT_FALSE(delivery_.SaveExport(u"rec", Destination("no/such/folder/out.mrc"), true, u"1"));
-    EXPECT_FALSE(delivery_.SaveExport(u"rec", u"", false, u"1"));
-    EXPECT_TRUE(lines_.empty());
-    EXPECT_TRUE(std::filesystem::is_empty(log_.LogFolder()));
+    ASSERT_EQ(lines_.size(), 2U);
+    EXPECT_EQ(lines_[1].Message, u"Post #1 kunde inte sparas till " +
+                                     Destination("no/such/folder/out.mrc") +
+                                     u": No such file or directory.");
+    EXPECT_TRUE(lines_[1].IsError);
+
+    // A file-size limit of 1 KiB (disk full, quota) cuts each write short, in a child process.
+    const std::filesystem::path file = dir_ / "full.mrc";
+    test::WriteBytes(file, std::string(1000, 'a'));
+    for (const bool clear : {false, true}) {
+        SCOPED_TRACE(clear);
+        const pid_t child = fork();
+        if (child == 0) {
+            std::signal(SIGXFSZ, SIG_IGN);
+            const rlimit limit{1024, 1024};
+            setrlimit(RLIMIT_FSIZE, &limit);
+            lines_.clear();
+            const bool saved =
+                delivery_.SaveExport(std::u16string(2000, u'b'), PathToText(file), clear, u"7");
+            const bool told = lines_.size() == 1 && lines_[0].IsError &&
+                              lines_[0].Message.find(u"File too large") != std::u16string::npos;
+            _exit(!saved && told ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0) << "the save failed and said why";
+        EXPECT_EQ(test::ReadBytes(file), std::string(1000, 'a'));
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.Path()), {}), 2)
+            << "nothing left beside it";
+    }
 }
 
 class DeliveryFtpTest : public DeliveryTest {

@@ -58,6 +58,13 @@ TEST_F(EngineCommandTest, SettingsAreSetAndReadWithoutRegardToCase) {
     EXPECT_EQ(list.Status, 0);
     EXPECT_NE(("\n" + list.Out).find("\nDestination=" + destination_.string() + "\n"),
               std::string::npos);
+    EXPECT_EQ(Run("settings set FTPPassword hemligt").Status, 0);
+    EXPECT_NE(Run("settings list").Out.find("\nFTPPassword=********\n"), std::string::npos);
+    EXPECT_EQ(Run("settings list").Out.find("hemligt"), std::string::npos);
+    const CliResult hidden = Run("settings get ftppassword");
+    EXPECT_EQ(hidden.Status, 2);
+    EXPECT_EQ(hidden.Out, "");
+    EXPECT_EQ(Run("settings get ftppassword --show-secret").Out, "hemligt\n");
     EXPECT_EQ(Run("settings set NoSuchKey 1").Status, 2);
     EXPECT_EQ(Run("settings frobnicate").Status, 2);
     // The settings went to the temporary location, never anywhere else.

@@ -114,7 +114,10 @@ TEST_F(ExportEngineTest, NoBibIdOrNoServerDeliversNothingAndKeepsTheBibIdForARet
     engine.Timer1_Timer();
     EXPECT_FALSE(std::filesystem::exists(workfile_));
     EXPECT_EQ(Delivered(), "");
-    EXPECT_EQ(lines_.size(), 2U) << "an unreachable server is not reported";
+    ASSERT_EQ(lines_.size(), 3U) << "an unreachable server is reported";
+    EXPECT_EQ(lines_[2].Message,
+              u"Post #12515882 kunde inte hämtas: ingen kontakt med exportservern.");
+    EXPECT_TRUE(lines_[2].IsError);
     EXPECT_EQ(engine.Form().txtBibId.Text, u"12515882");
     EXPECT_TRUE(engine.Form().Timer1.Enabled);
     EXPECT_TRUE(server_.Requests().size() == 1U) << "only the start-up's request table";
@@ -130,17 +133,21 @@ TEST_F(ExportEngineTest, BrokenAndHugeRepliesKeepOnlyTheirGoodRecords) {
         std::string Reply;
         std::string Delivered;  // appended by this reply
         std::size_t BadLines;
+        std::u16string Error;  // the error status line's cause, "" for a delivery
         int Status = 200;
     } cases[] = {
-        {"50 MB after a good record", good + huge, good, 1},
-        {"no final terminator", good.substr(0, good.size() - 1), good, 0},
-        {"an HTML error page", "<html><body>Internal error</body></html>", "", 1, 500},
-        {"text without terminator", "no records here, only text", "", 1},
+        {"50 MB after a good record", good + huge, good, 1, u""},
+        {"no final terminator", good.substr(0, good.size() - 1), good, 0, u""},
+        {"an HTML error page", "<html><body>Internal error</body></html>", "", 1,
+         u"exportservern svarade med HTTP-status 500", 500},
+        {"text without terminator", "no records here, only text", "", 1,
+         u"svaret innehöll ingen korrekt post"},
         {"only bad pieces",
          "00010abc\x1D"
          "99999\x1D\x1D"
          "short\x1D",
-         "", 3},
+         "", 3, u"svaret innehöll ingen korrekt post"},
+        {"an empty reply", "", "", 0, u"exportservern gav ett tomt svar"},
     };
     StartUp();
     std::string delivered;
@@ -153,8 +160,15 @@ TEST_F(ExportEngineTest, BrokenAndHugeRepliesKeepOnlyTheirGoodRecords) {
         badLines += c.BadLines;
         EXPECT_EQ(Delivered(), delivered);
         EXPECT_EQ(BadRecordLines(), badLines);
+        const std::u16string shown = lines_.empty() ? u"" : lines_.back().Message;
+        if (!c.Error.empty()) {
+            const std::u16string message = u"Post #12515882 kunde inte hämtas: " + c.Error + u".";
+            EXPECT_EQ(shown, message);
+            EXPECT_TRUE(lines_.back().IsError);
+            EXPECT_NE(ReadLog(true).find(TextToAnsi(message) + "\r\n"), std::string::npos);
+        }
     }
-    EXPECT_EQ(lines_.size(), 2U) << "status lines for the two deliveries only";
+    EXPECT_EQ(lines_.size(), 6U) << "two deliveries and four failures";
 }
 
 TEST_F(ExportEngineTest, TheRequestTableFallsBackToTheLocalFileWhileTheServerIsDown) {
@@ -372,15 +386,18 @@ TEST_F(ExportEngineFtpTest, AFailedSaveSkipsTheUploadAndARefusedLoginKeepsTheFil
     engine.Form().TxtDest.Text = PathToText(dir_ / "missing" / "out.mrc");
     FetchNow();
     EXPECT_FALSE(std::filesystem::exists(dir_ / "missing"));
-    EXPECT_TRUE(lines_.empty());
-    EXPECT_EQ(ReadLog(true), "");
+    const std::u16string failed = u"Post #12515882 kunde inte sparas till " +
+                                  engine.Form().TxtDest.Text + u": No such file or directory.";
+    ASSERT_EQ(lines_.size(), 1U) << "the failed save only, no upload";
+    EXPECT_EQ(lines_[0].Message, failed);
+    EXPECT_NE(ReadLog(true).find(": " + TextToAnsi(failed) + "\r\n"), std::string::npos);
 
     engine.Form().TxtDest.Text = PathToText(destination_);
     FetchNow();
     EXPECT_EQ(Delivered(), SampleReply());
-    ASSERT_EQ(lines_.size(), 2U);
-    EXPECT_EQ(lines_[1].Message, u"Kunde inte ansluta med FTP till " + ftp_.ServerText());
-    EXPECT_TRUE(lines_[1].IsError);
+    ASSERT_EQ(lines_.size(), 3U);
+    EXPECT_EQ(lines_[2].Message, u"Kunde inte ansluta med FTP till " + ftp_.ServerText());
+    EXPECT_TRUE(lines_[2].IsError);
     EXPECT_NE(ReadLog(true).find(": Kunde inte ansluta med FTP till "), std::string::npos);
     EXPECT_TRUE(std::filesystem::is_empty(ftp_.Root()));
 }
