@@ -95,7 +95,8 @@ int Watch(const std::vector<std::string>& args) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
     }
-    return 0;
+    // A single poll is a script's check: it fails when an error was shown.
+    return once && printer.Errors() > 0 ? 1 : 0;
 }
 
 int Fetch(const std::vector<std::string>& args) {
@@ -200,7 +201,8 @@ void PrintEngineHelp(std::ostream& out) {
            "                         export the record its 004 names; --once polls once and\n"
            "                         exits. SIGINT/SIGTERM end it between polls. Status lines\n"
            "                         go to stdout. Exit status 1 when another TESSELEX\n"
-           "                         program already watches the same workfile.\n"
+           "                         program already watches the same workfile, or when\n"
+           "                         --once showed an error status line.\n"
            "  fetch [BIBID]          fetch and deliver BIBID now (default: the last bib id);\n"
            "                         exit status 1 when an error status line was shown\n"
            "  request BIBID          print the request address a fetch of BIBID would send\n"

@@ -4,8 +4,12 @@
 #include <QString>
 #include <QStringList>
 
+#include <filesystem>
+#include <system_error>
+
 #include "app/engine/QtText.h"
 #include "config/Strings.h"
+#include "config/Utf.h"
 
 namespace tesselex {
 namespace {
@@ -56,6 +60,12 @@ void Settings::StoreSetting(std::u16string_view key, std::u16string_view value) 
     const QString stored = StoredKey(*store_, key);
     store_->setValue(FullKey(stored), ToQString(value));
     store_->sync();
+    // The file holds the FTP password: readable by its owner only.
+    std::error_code ec;
+    std::filesystem::permissions(
+        TextToPath(ToText(store_->fileName())),
+        std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
+        std::filesystem::perm_options::replace, ec);
 }
 
 void Settings::StoreSetting(SettingKey key, std::u16string_view value) {

@@ -65,6 +65,11 @@ TEST_F(EngineCommandTest, SettingsAreSetAndReadWithoutRegardToCase) {
     EXPECT_EQ(hidden.Status, 2);
     EXPECT_EQ(hidden.Out, "");
     EXPECT_EQ(Run("settings get ftppassword --show-secret").Out, "hemligt\n");
+    const auto perms =
+        std::filesystem::status(dir_ / "config" / "TESSELEX" / "TESSELEX.conf").permissions();
+    EXPECT_EQ(perms & std::filesystem::perms::all,
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write)
+        << "the file holding the password is its owner's only";
     EXPECT_EQ(Run("settings set NoSuchKey 1").Status, 2);
     EXPECT_EQ(Run("settings frobnicate").Status, 2);
     // The settings went to the temporary location, never anywhere else.
@@ -91,6 +96,13 @@ TEST_F(EngineCommandTest, WatchOnceRunsTheWholeCycleAndFetchRepeatsTheLastBibId)
     EXPECT_TRUE(
         result.Out.ends_with("\tPost #12515882 sparad till " + destination_.string() + ".\n"));
     EXPECT_EQ(Run("fetch").Status, 0);
+    EXPECT_EQ(ReadBytes(destination_), SampleReply() + SampleReply());
+
+    // A failed export fails both commands and leaves the file as it was.
+    server_.SetReply(bibId_, "<html>Internal error</html>", 500);
+    EXPECT_EQ(Run("fetch").Status, 1);
+    WriteBytes(workfile_, ReadBytes(sampleWorkfile_));
+    EXPECT_EQ(Run("watch --once").Status, 1);
     EXPECT_EQ(ReadBytes(destination_), SampleReply() + SampleReply());
 }
 
