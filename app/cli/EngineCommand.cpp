@@ -167,7 +167,11 @@ int SettingsCommand(const std::vector<std::string>& args) {
         if (!key) {
             return 2;
         }
-        settings.StoreSetting(*key, Utf8ToText(args[2]));
+        if (!settings.StoreSetting(*key, Utf8ToText(args[2]))) {
+            std::cerr << "tesselex-cli: the settings file " << TextToUtf8(settings.FileName())
+                      << " could not be written; it keeps its previous settings\n";
+            return 1;
+        }
         return 0;
     }
     return Usage("settings list | get KEY [--show-secret] | set KEY VALUE");

@@ -93,7 +93,10 @@ void ExportEngine::ExportRecord() {
     // The bib id and the busy timer show while the server is asked.
     PublishFormChanges();
     try {
-        settings_.StoreSetting(SettingKey::LastBibId, form_.txtBibId.Text);
+        if (!settings_.StoreSetting(SettingKey::LastBibId, form_.txtBibId.Text)) {
+            log_.ShowStatus(
+                u"Inställningarna kunde inte sparas till " + settings_.FileName() + u".", true);
+        }
         const FetchResult reply = FetchRecords(BuildRequest());
         if (!reply.Ok() && reply.Failure != NetFailure::HttpStatus) {
             ReportFailedFetch(reply);

@@ -1,7 +1,6 @@
 #include "app/engine/Logger.h"
 
-#include <fstream>
-
+#include "app/engine/WholeWrite.h"
 #include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -58,10 +57,8 @@ void Logger::WriteLog(std::u16string& message, bool isError) {
     if (file.empty()) {
         return;
     }
-    std::ofstream out(file, std::ios::binary | std::ios::app);
-    if (out) {
-        out << TextToAnsi(message) << "\r\n";
-    }
+    // A line that cannot be written is dropped whole, never left torn.
+    AppendToFile(file, TextToAnsi(message) + "\r\n");
 }
 
 void Logger::Report(std::u16string_view message, bool isError) {

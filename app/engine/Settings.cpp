@@ -56,20 +56,30 @@ std::u16string Settings::Setting(SettingKey key) const {
     return Setting(SettingName(key));
 }
 
-void Settings::StoreSetting(std::u16string_view key, std::u16string_view value) {
+bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) {
     const QString stored = StoredKey(*store_, key);
     store_->setValue(FullKey(stored), ToQString(value));
+    // QSettings writes a new file beside the old one and renames it (QSaveFile), so a failed
+    // write leaves the old file; its status tells of the failure.
     store_->sync();
+    if (store_->status() != QSettings::NoError) {
+        return false;
+    }
     // The file holds the FTP password: readable by its owner only.
     std::error_code ec;
     std::filesystem::permissions(
         TextToPath(ToText(store_->fileName())),
         std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
         std::filesystem::perm_options::replace, ec);
+    return true;
 }
 
-void Settings::StoreSetting(SettingKey key, std::u16string_view value) {
-    StoreSetting(SettingName(key), value);
+bool Settings::StoreSetting(SettingKey key, std::u16string_view value) {
+    return StoreSetting(SettingName(key), value);
+}
+
+std::u16string Settings::FileName() const {
+    return ToText(store_->fileName());
 }
 
 std::vector<std::pair<std::u16string, std::u16string>> Settings::StoredSettings() const {

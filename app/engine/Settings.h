@@ -33,8 +33,12 @@ class Settings {
     bool IsYes(SettingKey key) const { return Setting(key) == SettingYes; }
 
     // Written and flushed at once.
-    void StoreSetting(std::u16string_view key, std::u16string_view value);
-    void StoreSetting(SettingKey key, std::u16string_view value);
+    // Stores and writes the settings file at once. False when it could not be written: the
+    // file is replaced whole only once the new one is complete, so it keeps its old content.
+    bool StoreSetting(std::u16string_view key, std::u16string_view value);
+    bool StoreSetting(SettingKey key, std::u16string_view value);
+    // Where the settings are written.
+    std::u16string FileName() const;
 
     // Every stored key with its value, in the store's order.
     std::vector<std::pair<std::u16string, std::u16string>> StoredSettings() const;

@@ -85,8 +85,11 @@ TEST_F(DeliveryTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
     EXPECT_TRUE(lines_[1].IsError);
 
     // A file-size limit of 1 KiB (disk full, quota) cuts each write short, in a child process.
+    // The error log is near the limit too: its line is dropped whole, never torn.
     const std::filesystem::path file = dir_ / "full.mrc";
     test::WriteBytes(file, std::string(1000, 'a'));
+    const std::string log = test::ReadBytes(log_.ErrorLogPath(at_)) + std::string(900, 'l');
+    test::WriteBytes(log_.ErrorLogPath(at_), log);
     for (const bool clear : {false, true}) {
         SCOPED_TRACE(clear);
         const pid_t child = fork();
@@ -105,6 +108,7 @@ TEST_F(DeliveryTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
         waitpid(child, &status, 0);
         EXPECT_EQ(status, 0) << "the save failed and said why";
         EXPECT_EQ(test::ReadBytes(file), std::string(1000, 'a'));
+        EXPECT_EQ(test::ReadBytes(log_.ErrorLogPath(at_)), log);
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.Path()), {}), 2)
             << "nothing left beside it";
     }

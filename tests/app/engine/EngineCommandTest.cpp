@@ -71,6 +71,12 @@ TEST_F(EngineCommandTest, SettingsAreSetAndReadWithoutRegardToCase) {
               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write)
         << "the file holding the password is its owner's only";
     EXPECT_EQ(Run("settings set NoSuchKey 1").Status, 2);
+
+    // The file holds the password: owner only.
+    const auto file = dir_ / "config" / "TESSELEX" / "TESSELEX.conf";
+    EXPECT_EQ(std::filesystem::status(file).permissions() & std::filesystem::perms::all,
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+
     EXPECT_EQ(Run("settings frobnicate").Status, 2);
     // The settings went to the temporary location, never anywhere else.
     EXPECT_TRUE(std::filesystem::exists(dir_ / "config" / "TESSELEX" / "TESSELEX.conf"));

@@ -1,0 +1,69 @@
+// Writes that either complete or leave the file as it was.
+
+#include "app/engine/WholeWrite.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+namespace tesselex {
+namespace {
+
+// The system's words for the last failure.
+std::string LastError() {
+    return std::generic_category().message(errno);
+}
+
+// Writes and closes; the system's reason on failure, "" on success.
+std::string WriteAll(std::FILE* out, const std::string& bytes) {
+    if (out == nullptr) {
+        return LastError();
+    }
+    const bool written =
+        std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size() && std::fflush(out) == 0;
+    std::string reason = written ? std::string() : LastError();
+    if (std::fclose(out) != 0 && reason.empty()) {
+        reason = LastError();
+    }
+    return reason;
+}
+
+}  // namespace
+
+// An append that fails is cut back, so the file holds exactly what it held before.
+std::string AppendToFile(const std::filesystem::path& file, const std::string& bytes) {
+    std::error_code ec;
+    const bool existed = std::filesystem::exists(file, ec);
+    const auto before = existed ? std::filesystem::file_size(file, ec) : 0;
+    if (ec) {
+        return ec.message();
+    }
+    std::string reason = WriteAll(std::fopen(file.c_str(), "ab"), bytes);
+    if (!reason.empty()) {
+        if (existed) {
+            std::filesystem::resize_file(file, before, ec);
+        } else {
+            std::filesystem::remove(file, ec);
+        }
+    }
+    return reason;
+}
+
+// The new content is written beside the file and replaces it only once it is complete, so a
+// failed write leaves the previous export in place.
+std::string ReplaceFile(const std::filesystem::path& file, const std::string& bytes) {
+    std::filesystem::path beside = file;
+    beside += ".part";
+    std::string reason = WriteAll(std::fopen(beside.c_str(), "wb"), bytes);
+    std::error_code ec;
+    if (reason.empty()) {
+        std::filesystem::rename(beside, file, ec);
+        reason = ec ? ec.message() : std::string();
+    }
+    if (!reason.empty()) {
+        std::filesystem::remove(beside, ec);
+    }
+    return reason;
+}
+
+}  // namespace tesselex
