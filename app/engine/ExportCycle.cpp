@@ -1,5 +1,6 @@
 // The poll of the holdings workfile and the fetch-and-deliver sequence of one export.
 
+#include <chrono>
 #include <exception>
 #include <system_error>
 
@@ -17,6 +18,23 @@ namespace tesselex {
 namespace {
 
 constexpr char16_t RecordTerminator = 0x1D;
+// An incomplete workfile whose size has not changed for this long is taken as it is.
+constexpr long long kSettleSeconds = 5;
+
+// The cataloguing client may still be writing it: shorter than its stated length, or without
+// the record terminator at the end.
+bool IsIncomplete(std::u16string_view record) {
+    return record.empty() || record.back() != RecordTerminator ||
+           Val(record.substr(0, 5)) > static_cast<double>(record.size());
+}
+
+long long SecondsOf(const DateTime& at) {
+    const std::chrono::sys_days day = std::chrono::year_month_day(
+        std::chrono::year(at.Year), std::chrono::month(static_cast<unsigned>(at.Month)),
+        std::chrono::day(static_cast<unsigned>(at.Day)));
+    return static_cast<long long>(day.time_since_epoch().count()) * 86400 + at.Hour * 3600 +
+           at.Minute * 60 + at.Second;
+}
 
 }  // namespace
 
@@ -58,11 +76,15 @@ void ExportEngine::Timer1_Timer() {
     if (form_.TxtFile.Text.empty() || !std::filesystem::is_regular_file(workfile, ec)) {
         return;
     }
+    const std::u16string contents = ReadWholeFile(workfile);
+    if (!WorkfileSettled(contents)) {
+        return;  // left for the next polls
+    }
     form_.Timer1.Enabled = false;
     // Each step goes on whatever the one before did: a bad workfile is still removed.
     try {
         Record().SourceIsUTF8 = false;
-        Record().Import(ReadWholeFile(workfile));
+        Record().Import(contents);
     } catch (const std::exception&) {
     }
     std::filesystem::remove(workfile, ec);
@@ -75,6 +97,23 @@ void ExportEngine::Timer1_Timer() {
     } catch (const std::exception&) {
     }
     form_.Timer1.Enabled = true;
+}
+
+bool ExportEngine::WorkfileSettled(std::u16string_view contents) {
+    if (!IsIncomplete(contents)) {
+        unsettled_.reset();
+        return true;
+    }
+    const long long now = SecondsOf(seams_.Now ? seams_.Now() : LocalNow());
+    if (!unsettled_ || unsettled_->first != contents.size()) {
+        unsettled_.emplace(contents.size(), now);
+        return false;
+    }
+    if (now - unsettled_->second < kSettleSeconds) {
+        return false;
+    }
+    unsettled_.reset();
+    return true;
 }
 
 void ExportEngine::Command1_Click() {

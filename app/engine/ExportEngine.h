@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "app/engine/Delivery.h"
@@ -110,6 +112,8 @@ class ExportEngine {
     void RefreshDisplay(const std::vector<std::u16string>& records);
     void UpdateClearOption();
     MarcObject& Record();
+    // False while the workfile's record is incomplete and its size changed less than 5 s ago.
+    bool WorkfileSettled(std::u16string_view contents);
     std::u16string Fetch(std::u16string_view address) const;
     // The record fetch, telling how it failed (a seam's reply counts as an answer).
     FetchResult FetchRecords(std::u16string_view address) const;
@@ -134,6 +138,8 @@ class ExportEngine {
     bool clear_ = false;
     std::vector<DisplayField> displayRows_;
     std::vector<std::u16string> displayedRecords_;
+    // The size of an incomplete workfile and when it was first seen at that size (seconds).
+    std::optional<std::pair<std::size_t, long long>> unsettled_;
     FormChangeSink formSink_;
     FormPublisher published_;
 };

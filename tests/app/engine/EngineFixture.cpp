@@ -78,8 +78,8 @@ void EngineFixture::TearDown() {
     server_.Stop();
 }
 
-ExportEngine& EngineFixture::StartUp() {
-    engine_ = std::make_unique<ExportEngine>(*settings_);
+ExportEngine& EngineFixture::StartUp(EngineSeams seams) {
+    engine_ = std::make_unique<ExportEngine>(*settings_, std::move(seams));
     engine_->Log().SetStatusSink([this](const StatusLine& line) { lines_.push_back(line); });
     engine_->LoadConfig();
     return *engine_;

@@ -33,7 +33,7 @@ class EngineFixture : public ::testing::Test {
     void TearDown() override;
 
     // Creates the engine (the workfile named through cat.ini) and runs start-up.
-    ExportEngine& StartUp();
+    ExportEngine& StartUp(EngineSeams seams = {});
     // A manual fetch of the bib id.
     void FetchNow(const std::u16string& bibId = u"12515882");
     std::string SampleReply(const std::string& holdings = "interleaved") const;

@@ -74,8 +74,53 @@ TEST_F(ExportEngineTest, ABadRecordIsDroppedAndLoggedWhileItsNeighboursAreDelive
     EXPECT_EQ(lines_.size(), 1U) << "logged only: the one status line is the delivery's";
 }
 
+TEST_F(ExportEngineTest, AWorkfileStillBeingWrittenWaitsUntilCompleteOrFiveSecondsStill) {
+    DateTime now{2024, 5, 7, 23, 59, 58};  // the wait runs over midnight
+    EngineSeams seams;
+    seams.Now = [&now] { return now; };
+    ExportEngine& engine = StartUp(std::move(seams));
+    const std::string record = test::HoldingsRecord(bibId_);
+    const auto tick = [&](int seconds) {
+        now.Second += seconds;
+        for (; now.Second >= 60; now.Second -= 60, ++now.Minute) {
+        }
+        if (now.Minute >= 60) {
+            now = {2024, 5, 8, 0, now.Minute - 60, now.Second};
+        }
+        engine.Timer1_Timer();
+    };
+
+    // Written in two halves with a pause: the first half is left alone, the whole taken at once.
+    WriteBytes(workfile_, record.substr(0, record.size() / 2));
+    tick(0);
+    tick(4);
+    EXPECT_TRUE(std::filesystem::exists(workfile_)) << "the size changed less than 5 s ago";
+    EXPECT_EQ(ExportRequests().size(), 0U);
+    WriteBytes(workfile_, record);
+    tick(1);
+    EXPECT_FALSE(std::filesystem::exists(workfile_));
+    EXPECT_EQ(ExportRequests().size(), 1U);
+
+    // An incomplete record that stops growing is taken as it is after 5 s.
+    WriteBytes(workfile_, record.substr(0, record.size() - 1));
+    tick(0);
+    tick(4);
+    EXPECT_TRUE(std::filesystem::exists(workfile_));
+    tick(1);
+    EXPECT_FALSE(std::filesystem::exists(workfile_));
+}
+
 TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch) {
-    ExportEngine& engine = StartUp();
+    DateTime now{2024, 5, 7, 10, 0, 0};
+    EngineSeams seams;
+    seams.Now = [&now] { return now; };
+    ExportEngine& engine = StartUp(std::move(seams));
+    // An incomplete workfile is taken once its size has stood still for 5 s.
+    const auto poll = [&] {
+        engine.Timer1_Timer();
+        ++now.Minute;
+        engine.Timer1_Timer();
+    };
     // The working record now holds a holdings record linked to the sample: none of the files
     // below may bring that link back.
     FetchNow();
@@ -90,14 +135,14 @@ TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch
           holdings.substr(0, 30), huge}) {
         SCOPED_TRACE(contents.substr(0, 40));
         test::PlaceFile(workfile_, contents);
-        engine.Timer1_Timer();
+        poll();
         EXPECT_FALSE(std::filesystem::exists(workfile_));
         EXPECT_TRUE(engine.Form().Timer1.Enabled);
     }
     EXPECT_EQ(ExportRequests().size(), 1U);
     // Cut inside its data, with the directory and the 004 intact, a workfile still counts.
     test::PlaceFile(workfile_, holdings.substr(0, holdings.size() - 4));
-    engine.Timer1_Timer();
+    poll();
     EXPECT_EQ(ExportRequests().size(), 2U);
 }
 
