@@ -94,9 +94,11 @@ void EngineWorker::Forward(const FormChange& change) {
     if (change.Aspect == FormAspect::Rows) {
         GridRows rows;
         for (const DisplayField& field : *change.Rows) {
-            // The subfield delimiter has no glyph; cataloguers read it as "$".
+            // The subfield delimiter has no glyph; cataloguers read it as "$". The display value
+            // holds it as the record's display character, which is NUL unless a caller set one.
             QString value = Q(field.Value);
             value.replace(QChar(0x1F), QLatin1Char('$'));
+            value.replace(QChar(0), QLatin1Char('$'));
             rows.append({Q(field.Tag), Q(field.Indicator1), Q(field.Indicator2), value});
         }
         Post([rows, html = RecordsHtml()](EngineController& c) {

@@ -168,6 +168,14 @@ TEST_F(FrmMainTest, AWorkfileRunsOneWholeExportIntoGridAndStatus) {
     EXPECT_EQ(ReadBytes(destination_), server_.ExportReply(bibId, "interleaved"));
     auto* grid = Find<QTableWidget>("Grid");
     EXPECT_EQ(grid->item(0, 0)->text(), QStringLiteral("000"));
+    // Subfield delimiters read as "$", never as a control character without a glyph.
+    bool sawDelimiter = false;
+    for (int row = 0; row < grid->rowCount(); ++row) {
+        const QString value = grid->item(row, 3)->text();
+        EXPECT_FALSE(value.contains(QChar(0)) || value.contains(QChar(0x1F))) << row;
+        sawDelimiter = sawDelimiter || value.startsWith(QLatin1Char('$'));
+    }
+    EXPECT_TRUE(sawDelimiter);
     EXPECT_FALSE(Find<QTextBrowser>("vw")->toPlainText().isEmpty());
     EXPECT_TRUE(StatusMessages().last().contains(QString::fromStdString(bibId)))
         << StatusMessages().join(QLatin1Char('\n')).toStdString();
