@@ -237,10 +237,11 @@ void MarcObject::Import(std::u16string_view record) {
     bool hasOldDelimiter = false;
     // Repeating the last text is how a directory longer than its data is read; a crafted
     // record with a huge directory and a long last field would make that repetition exhaust
-    // memory, so the repeated text may add up to the record's own length, or a million
-    // characters for a small record, at most. Entries past that are counted as refused, like
-    // any other field the record cannot hold.
-    std::size_t repeatBudget = std::max<std::size_t>(record.size(), std::size_t{1} << 20);
+    // memory and time, so the repeated text may add up to the record's own length, or the
+    // longest length a record can state (99999) for a small record, at most. Entries past that
+    // are counted as refused, like any other field the record cannot hold.
+    constexpr std::size_t kLongestStatedLength = 99999;
+    std::size_t repeatBudget = std::max(record.size(), kLongestStatedLength);
     auto addEntry = [&](int tag) {
         if (tag >= 6 && tag <= 8) {
             fields_->Add(tag, u"", u"", text, true, false);
