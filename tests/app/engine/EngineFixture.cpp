@@ -1,22 +1,16 @@
 #include "tests/app/engine/EngineFixture.h"
 
 #include <QSettings>
+#include <QStandardPaths>
 #include <QString>
 #include <cstdlib>
 
 #include "config/SharedRoutines.h"
 #include "config/Utf.h"
+#include "tests/support/Digits.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex::test {
-namespace {
-
-std::string Digits(std::size_t value, std::size_t width) {
-    std::string text = std::to_string(value);
-    return std::string(width > text.size() ? width - text.size() : 0, '0') + text;
-}
-
-}  // namespace
 
 std::string BuildRecord(const std::vector<std::pair<std::string, std::string>>& fields, char type) {
     std::string directory;
@@ -55,8 +49,10 @@ EngineFixture::EngineFixture() : server_(SourceDir() / "data") {}
 void EngineFixture::SetUp() {
     home_ = dir_ / "home";
     std::filesystem::create_directories(home_);
-    setenv("TESSELEX_HOME", home_.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (dir_ / "config").c_str(), 1);
+    // QSettings's own default for the user's settings, to put back at the end.
+    settingsPath_ = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    homeEnv_.emplace("TESSELEX_HOME", home_.string());
+    configEnv_.emplace("XDG_CONFIG_HOME", (dir_ / "config").string());
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
                        QString::fromStdString((dir_ / "config").string()));
     workfile_ = dir_ / "hold.wrk";
@@ -76,9 +72,15 @@ void EngineFixture::TearDown() {
     SetMessageSink(previousSink_);
     engine_.reset();
     server_.Stop();
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsPath_);
+    configEnv_.reset();
+    homeEnv_.reset();
 }
 
 ExportEngine& EngineFixture::StartUp(EngineSeams seams) {
+    if (!seams.Now) {
+        seams.Now = [this] { return now_; };
+    }
     engine_ = std::make_unique<ExportEngine>(*settings_, std::move(seams));
     engine_->Log().SetStatusSink([this](const StatusLine& line) { lines_.push_back(line); });
     engine_->LoadConfig();
@@ -109,8 +111,8 @@ std::vector<std::string> EngineFixture::ExportRequests() const {
 }
 
 std::string EngineFixture::ReadLog(bool errors) const {
-    const DateTime now = LocalNow();
-    const auto file = errors ? engine_->Log().ErrorLogPath(now) : engine_->Log().ExportLogPath(now);
+    const auto file =
+        errors ? engine_->Log().ErrorLogPath(now_) : engine_->Log().ExportLogPath(now_);
     return std::filesystem::exists(file) ? ReadBytes(file) : std::string();
 }
 

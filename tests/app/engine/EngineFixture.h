@@ -1,11 +1,14 @@
 #pragma once
 // An export engine against the sample export server on loopback, in a fresh program folder
 // (TESSELEX_HOME) with its own settings file and settings location: nothing of the user's is
-// read or written.
+// read or written, and the environment and settings location are put back afterwards. The
+// engine's clock is now_, never the real one.
 
 #include <gtest/gtest.h>
 
+#include <QString>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +17,7 @@
 #include "app/engine/Settings.h"
 #include "app/sampleserver/SampleExportServer.h"
 #include "config/MessageSink.h"
+#include "tests/support/ScopedEnv.h"
 #include "tests/support/TempDir.h"
 
 namespace tesselex::test {
@@ -32,7 +36,8 @@ class EngineFixture : public ::testing::Test {
     void SetUp() override;
     void TearDown() override;
 
-    // Creates the engine (the workfile named through cat.ini) and runs start-up.
+    // Creates the engine (the workfile named through cat.ini) and runs start-up; the clock is
+    // now_ unless the seams bring one.
     ExportEngine& StartUp(EngineSeams seams = {});
     // A manual fetch of the bib id.
     void FetchNow(const std::u16string& bibId = u"12515882");
@@ -42,6 +47,10 @@ class EngineFixture : public ::testing::Test {
     std::string ReadLog(bool errors) const;  // today's error or export log
 
     TempDir dir_;
+    DateTime now_{2024, 5, 7, 10, 0, 0};
+    std::optional<ScopedEnv> homeEnv_;
+    std::optional<ScopedEnv> configEnv_;
+    QString settingsPath_;  // put back when the test ends
     std::filesystem::path home_;
     std::filesystem::path workfile_;
     std::filesystem::path destination_;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QSettings>
+#include <QStandardPaths>
 #include <QString>
 
 #include "tests/support/TempDir.h"
@@ -14,6 +15,8 @@ namespace {
 // program's own commands and events (EngineCommandTest, ExportEngineTest).
 TEST(Settings, VoyagerWorkfileComesFromTheClientsOwnSettings) {
     test::TempDir dir;
+    const QString userDefault =
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
                        QString::fromStdString(dir.Path().string()));
     EXPECT_EQ(VoyagerHoldWorkFile(u"/found/before.mrc"), u"/found/before.mrc");
@@ -21,6 +24,7 @@ TEST(Settings, VoyagerWorkfileComesFromTheClientsOwnSettings) {
               QStringLiteral("VoyagerCat"))
         .setValue(QStringLiteral("Preferences/HoldWorkFile"), QStringLiteral("/v/hold.mrc"));
     EXPECT_EQ(VoyagerHoldWorkFile(u"/found/before.mrc"), u"/v/hold.mrc");
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, userDefault);
 }
 
 }  // namespace

@@ -6,17 +6,10 @@
 #include <QTest>
 
 #include "config/Utf.h"
+#include "tests/support/Digits.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex::test {
-namespace {
-
-std::string Digits(std::size_t value, std::size_t width) {
-    std::string text = std::to_string(value);
-    return std::string(width > text.size() ? width - text.size() : 0, '0') + text;
-}
-
-}  // namespace
 
 std::string HoldingsFor(const std::string& bibId) {
     const std::string field004 = bibId + '\x1E';
