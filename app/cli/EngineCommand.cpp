@@ -141,7 +141,8 @@ int SettingsCommand(const std::vector<std::string>& args) {
     if (action == "list" && args.size() == 1) {
         for (const SettingKeyInfo& info : SettingKeys()) {
             const std::u16string value = settings.Setting(info.Key);
-            // The password never shows on a screen someone may be looking at.
+            // The password never shows on a screen someone may be looking at
+            // (docs/behaviour.md).
             const bool masked = info.Key == SettingKey::FTPPassword && !value.empty();
             std::cout << TextToUtf8(info.Name) << '=' << (masked ? "********" : TextToUtf8(value))
                       << '\n';

@@ -7,6 +7,19 @@
 #include "config/Utf.h"
 
 namespace tesselex {
+namespace {
+
+// The described FTP texts end at the server; the transfer's own words follow them, as the
+// program's other failures give their cause (docs/behaviour.md).
+std::u16string Because(const FtpError& error) {
+    std::u16string reason = Trim(error.Reason);
+    while (!reason.empty() && reason.back() == u'.') {
+        reason.pop_back();
+    }
+    return reason.empty() ? std::u16string() : u": " + reason + u".";
+}
+
+}  // namespace
 
 std::u16string ExpandFileName(std::u16string_view pattern, const DateTime& at,
                               std::u16string_view login) {
@@ -35,6 +48,7 @@ bool Delivery::SaveExport(std::u16string_view records, std::u16string_view desti
     const std::string bytes = TextToAnsi(records);
     const std::string reason = clear ? ReplaceFile(file, bytes) : AppendToFile(file, bytes);
     if (!reason.empty()) {
+        // The old program failed here without a word (docs/behaviour.md).
         log_.Report(u"Post #" + std::u16string(bibId) + u" kunde inte sparas till " + path + u": " +
                         AnsiToText(reason) + u".",
                     true);
@@ -51,16 +65,18 @@ void Delivery::SendExport(std::u16string_view destination, const FtpSettings& ft
     const std::u16string local =
         lastSaved_.empty() ? ExpandFileName(destination, clock_(), login) : lastSaved_;
     const std::u16string remote = RemoteName(ftp, clock_(), login);
-    FtpHandle handle = FtpConnect(ftp.Server, ftp.User, ftp.Password);
+    FtpError error;
+    FtpHandle handle = FtpConnect(ftp.Server, ftp.User, ftp.Password, &error);
     if (!handle) {
-        log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server, true);
+        log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server + Because(error), true);
         return;
     }
-    if (FtpSend(handle, remote, TextToPath(local), false)) {
+    if (FtpSend(handle, remote, TextToPath(local), false, &error)) {
         log_.Report(u"Skickat post #" + std::u16string(bibId) + u" till " + ftp.Server, false);
     } else {
-        log_.Report(
-            u"Kunde inte skicka MARC-post " + std::u16string(bibId) + u" till " + ftp.Server, true);
+        log_.Report(u"Kunde inte skicka MARC-post " + std::u16string(bibId) + u" till " +
+                        ftp.Server + Because(error),
+                    true);
     }
     FtpClose(handle);
 }

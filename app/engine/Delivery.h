@@ -36,8 +36,9 @@ class Delivery {
     bool SaveExport(std::u16string_view records, std::u16string_view destination, bool clear,
                     std::u16string_view bibId);
     // Uploads the file the last SaveExport wrote (else the expanded destination) under the
-    // remote name; failures are reported as errors. Reusing the saved path keeps a date pattern
-    // that ticks over between saving and sending from naming a file that was never written.
+    // remote name; failures are reported as errors, with the transfer's reason. Reusing the saved
+    // path keeps a date pattern that ticks over between saving and sending from naming a file that
+    // was never written.
     void SendExport(std::u16string_view destination, const FtpSettings& ftp,
                     std::u16string_view bibId);
 

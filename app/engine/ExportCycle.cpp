@@ -7,7 +7,9 @@
 #include "app/engine/ExportEngine.h"
 #include "app/engine/RequestBuilder.h"
 #include "app/engine/Settings.h"
+#include "app/engine/WholeWrite.h"
 #include "config/CfgClass.h"
+#include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -22,7 +24,7 @@ constexpr char16_t RecordTerminator = 0x1D;
 constexpr long long kSettleSeconds = 5;
 
 // The cataloguing client may still be writing it: shorter than its stated length, or without
-// the record terminator at the end.
+// the record terminator at the end (such a file waits; docs/behaviour.md).
 bool IsIncomplete(std::u16string_view record) {
     return record.empty() || record.back() != RecordTerminator ||
            Val(record.substr(0, 5)) > static_cast<double>(record.size());
@@ -39,7 +41,8 @@ long long SecondsOf(const DateTime& at) {
 }  // namespace
 
 std::u16string BadRecordMessage() {
-    // The counter the text names is never assigned, so it always reads 0.
+    // The counter the text names is never assigned, so it always reads 0 (kept on purpose,
+    // docs/behaviour.md).
     return u"Post 0 (eller relaterad bestånds- eller auktoritetspost) kunde inte hämtas eller "
            u"hade felaktigt format.";
 }
@@ -80,14 +83,16 @@ void ExportEngine::Timer1_Timer() {
     if (!WorkfileSettled(contents)) {
         return;  // left for the next polls
     }
+    // A bad workfile is still removed; each step goes on whatever the one before did.
+    if (RemoveWorkfile(workfile, contents)) {
+        return;  // exported already (docs/behaviour.md)
+    }
     form_.Timer1.Enabled = false;
-    // Each step goes on whatever the one before did: a bad workfile is still removed.
     try {
         Record().SourceIsUTF8 = false;
         Record().Import(contents);
     } catch (const std::exception&) {
     }
-    std::filesystem::remove(workfile, ec);
     try {
         form_.txtBibId.Text = Record().MarcFields()->Field(4)->Value();
         if (Val(form_.txtBibId.Text) > 0) {
@@ -97,6 +102,34 @@ void ExportEngine::Timer1_Timer() {
     } catch (const std::exception&) {
     }
     form_.Timer1.Enabled = true;
+}
+
+bool ExportEngine::RemoveWorkfile(const std::filesystem::path& workfile,
+                                  std::u16string_view contents) {
+    std::error_code ec;
+    if (seams_.RemoveFile) {
+        seams_.RemoveFile(workfile, ec);
+    } else {
+        std::filesystem::remove(workfile, ec);
+    }
+    if (!ec) {
+        undeletable_.reset();
+        return false;
+    }
+    // Exported at every poll it would append and upload the same records once a second.
+    std::error_code timeEc;
+    const WorkfileIdentity identity{contents.size(),
+                                    std::filesystem::last_write_time(workfile, timeEc),
+                                    std::hash<std::u16string_view>{}(contents)};
+    if (undeletable_ == identity) {
+        return true;
+    }
+    undeletable_ = identity;
+    log_.Report(u"Arbetsfilen " + PathToText(workfile) + u" kunde inte tas bort: " +
+                    AnsiToText(SystemReason(ec.value())) +
+                    u". Den exporteras inte igen förrän den ändras.",
+                true);
+    return false;
 }
 
 bool ExportEngine::WorkfileSettled(std::u16string_view contents) {
@@ -132,10 +165,7 @@ void ExportEngine::ExportRecord() {
     // The bib id and the busy timer show while the server is asked.
     PublishFormChanges();
     try {
-        if (!settings_.StoreSetting(SettingKey::LastBibId, form_.txtBibId.Text)) {
-            log_.ShowStatus(
-                u"Inställningarna kunde inte sparas till " + settings_.FileName() + u".", true);
-        }
+        Store(SettingKey::LastBibId, form_.txtBibId.Text);
         const FetchResult reply = FetchRecords(BuildRequest());
         if (!reply.Ok() && reply.Failure != NetFailure::HttpStatus) {
             ReportFailedFetch(reply);
@@ -168,6 +198,7 @@ void ExportEngine::ExportRecord() {
     }
 }
 
+// Where the old program took a failed fetch as nothing to deliver (docs/behaviour.md).
 void ExportEngine::ReportFailedFetch(const FetchResult& reply) {
     std::u16string cause;
     switch (reply.Failure) {

@@ -55,6 +55,20 @@ FetchResult ExportEngine::FetchRecords(std::u16string_view address) const {
     return FetchUrlResult(address);
 }
 
+void ExportEngine::Store(SettingKey key, std::u16string_view value) {
+    Store(SettingName(key), value);
+}
+
+void ExportEngine::Store(std::u16string_view key, std::u16string_view value) {
+    if (!settings_.StoreSetting(key, value)) {
+        ReportSettingsNotSaved();
+    }
+}
+
+void ExportEngine::ReportSettingsNotSaved() {
+    log_.ShowStatus(u"Inställningarna kunde inte sparas till " + settings_.FileName() + u".", true);
+}
+
 void ExportEngine::PublishFormChanges() {
     for (const FormChange& change : published_.Changes(form_, displayRows_)) {
         if (formSink_) {

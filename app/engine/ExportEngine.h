@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,6 +19,7 @@
 #include "app/engine/FormChanges.h"
 #include "app/engine/FormState.h"
 #include "app/engine/Logger.h"
+#include "app/engine/SettingKeys.h"
 
 namespace tesselex {
 
@@ -34,6 +37,8 @@ struct EngineSeams {
     std::function<bool(const std::u16string& question)> AskYesNo;
     // The cataloguing client's per-user workfile value, given what was found before.
     std::function<std::u16string(std::u16string_view fallback)> VoyagerWorkFile;
+    // Deletes the workfile, as std::filesystem::remove does.
+    std::function<bool(const std::filesystem::path&, std::error_code&)> RemoveFile;
 };
 
 class ExportEngine {
@@ -104,6 +109,10 @@ class ExportEngine {
     void ServerAddressChosen(std::u16string_view address);
 
   private:
+    // Stores a setting; a write that fails shows an error status line.
+    void Store(SettingKey key, std::u16string_view value);
+    void Store(std::u16string_view key, std::u16string_view value);
+    void ReportSettingsNotSaved();
     void FetchRequestTable();
     void MigrateOldSettings();
     void FindWorkfile();
@@ -114,6 +123,9 @@ class ExportEngine {
     MarcObject& Record();
     // False while the workfile's record is incomplete and its size changed less than 5 s ago.
     bool WorkfileSettled(std::u16string_view contents);
+    // Deletes the workfile. One that cannot be deleted is reported and false is answered, so
+    // that it is exported once; true when it is that same workfile again.
+    bool RemoveWorkfile(const std::filesystem::path& workfile, std::u16string_view contents);
     std::u16string Fetch(std::u16string_view address) const;
     // The record fetch, telling how it failed (a seam's reply counts as an answer).
     FetchResult FetchRecords(std::u16string_view address) const;
@@ -140,6 +152,9 @@ class ExportEngine {
     std::vector<std::u16string> displayedRecords_;
     // The size of an incomplete workfile and when it was first seen at that size (seconds).
     std::optional<std::pair<std::size_t, long long>> unsettled_;
+    // Size, time and content hash of the last workfile that could not be deleted.
+    using WorkfileIdentity = std::tuple<std::size_t, std::filesystem::file_time_type, std::size_t>;
+    std::optional<WorkfileIdentity> undeletable_;
     FormChangeSink formSink_;
     FormPublisher published_;
 };

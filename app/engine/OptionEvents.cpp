@@ -3,11 +3,10 @@
 
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
+#include "app/engine/WholeWrite.h"
 #include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
-
-#include <fstream>
 
 namespace tesselex {
 namespace {
@@ -25,33 +24,33 @@ const std::u16string_view* Placement(int index) {
 }  // namespace
 
 void ExportEngine::Chk035_Click() {
-    settings_.StoreSetting(SettingKey::Change035, YesNo(form_.Chk035.Value));
+    Store(SettingKey::Change035, YesNo(form_.Chk035.Value));
 }
 
 void ExportEngine::ChkISBN_Click() {
-    settings_.StoreSetting(SettingKey::ISBNDehyphenate, YesNo(form_.ChkISBN.Value));
+    Store(SettingKey::ISBNDehyphenate, YesNo(form_.ChkISBN.Value));
 }
 
 void ExportEngine::ChkClear_Click() {
-    settings_.StoreSetting(SettingKey::Clear, YesNo(form_.ChkClear.Value));
+    Store(SettingKey::Clear, YesNo(form_.ChkClear.Value));
     clear_ = form_.ChkClear.Value == 1;
 }
 
 void ExportEngine::cmbHold_Click() {
     if (const auto* placement = Placement(form_.cmbHold.ListIndex)) {
-        settings_.StoreSetting(SettingKey::Holdtype, *placement);
+        Store(SettingKey::Holdtype, *placement);
     }
 }
 
 void ExportEngine::cmbAuth_Click() {
     if (const auto* placement = Placement(form_.cmbAuth.ListIndex)) {
-        settings_.StoreSetting(SettingKey::Authtype, *placement);
+        Store(SettingKey::Authtype, *placement);
     }
 }
 
 void ExportEngine::cmbChars_Click() {
     // The decomposed choice is stored as "compose" like the one before it; only an old
-    // settings file can bring "decompose" back.
+    // settings file can bring "decompose" back (kept on purpose, docs/behaviour.md).
     static constexpr std::u16string_view charsets[][2] = {{u"ISO-8859-1", u""},
                                                           {u"UTF-8", u"composelatin1"},
                                                           {u"UTF-8", u"compose"},
@@ -60,20 +59,20 @@ void ExportEngine::cmbChars_Click() {
     if (index < 0 || index > 3) {
         return;
     }
-    settings_.StoreSetting(SettingKey::Charset, charsets[index][0]);
-    settings_.StoreSetting(SettingKey::Compose, charsets[index][1]);
+    Store(SettingKey::Charset, charsets[index][0]);
+    Store(SettingKey::Compose, charsets[index][1]);
 }
 
 void ExportEngine::cmb003_Click() {
-    settings_.StoreSetting(SettingKey::String003, form_.cmb003.Text());
+    Store(SettingKey::String003, form_.cmb003.Text());
 }
 
 void ExportEngine::TxtDest_Change() {
-    settings_.StoreSetting(SettingKey::Destination, form_.TxtDest.Text);
+    Store(SettingKey::Destination, form_.TxtDest.Text);
 }
 
 void ExportEngine::TxtSigler_Change() {
-    settings_.StoreSetting(u"libraries", form_.TxtSigler.Text);
+    Store(u"libraries", form_.TxtSigler.Text);
 }
 
 void ExportEngine::txtBibId_Change() {
@@ -85,29 +84,27 @@ void ExportEngine::SubjectsChosen(std::u16string_view text) {
         return;
     }
     form_.TxtSubj.Text = std::u16string(text);
-    settings_.StoreSetting(SettingKey::Subjects, text);
+    Store(SettingKey::Subjects, text);
 }
 
 void ExportEngine::ArkivLoggaAllt_Click() {
     form_.ArkivLoggaAllt.Checked = !form_.ArkivLoggaAllt.Checked;
     log_.SetLogAll(form_.ArkivLoggaAllt.Checked);
-    settings_.StoreSetting(SettingKey::Logging,
-                           form_.ArkivLoggaAllt.Checked ? SettingYes : SettingNo);
+    Store(SettingKey::Logging, form_.ArkivLoggaAllt.Checked ? SettingYes : SettingNo);
 }
 
 void ExportEngine::ArkivLoggaFel_Click() {
     form_.ArkivLoggaFel.Checked = !form_.ArkivLoggaFel.Checked;
     log_.SetLogErrors(form_.ArkivLoggaFel.Checked);
-    settings_.StoreSetting(SettingKey::LogErrors,
-                           form_.ArkivLoggaFel.Checked ? SettingYes : SettingNo);
+    Store(SettingKey::LogErrors, form_.ArkivLoggaFel.Checked ? SettingYes : SettingNo);
 }
 
 void ExportEngine::FtpSettingsChosen(const FtpSettings& ftp) {
-    settings_.StoreSetting(SettingKey::FTPServer, ftp.Server);
-    settings_.StoreSetting(SettingKey::FTPUser, ftp.User);
-    settings_.StoreSetting(SettingKey::FTPPassword, ftp.Password);
-    settings_.StoreSetting(SettingKey::FTPDirectory, ftp.Directory);
-    settings_.StoreSetting(SettingKey::FTPFilename, ftp.Filename);
+    Store(SettingKey::FTPServer, ftp.Server);
+    Store(SettingKey::FTPUser, ftp.User);
+    Store(SettingKey::FTPPassword, ftp.Password);
+    Store(SettingKey::FTPDirectory, ftp.Directory);
+    Store(SettingKey::FTPFilename, ftp.Filename);
     ftp_ = ftp;
     ftp_.Directory = Trim(ftp.Directory);
     if (ftp_.Server.empty()) {
@@ -117,9 +114,14 @@ void ExportEngine::FtpSettingsChosen(const FtpSettings& ftp) {
 }
 
 void ExportEngine::ServerAddressChosen(std::u16string_view address) {
-    std::ofstream out(ProgramFile(u"export.url"), std::ios::binary | std::ios::trunc);
-    out << TextToAnsi(u"[InternetShortcut]\r\nURL=" + std::u16string(address) + u"\r\n");
-    out.close();
+    const std::filesystem::path file = ProgramFile(u"export.url");
+    const std::string reason = ReplaceFile(
+        file, TextToAnsi(u"[InternetShortcut]\r\nURL=" + std::u16string(address) + u"\r\n"));
+    if (!reason.empty()) {
+        log_.ShowStatus(u"Serveradressen kunde inte sparas till " + PathToText(file) + u": " +
+                            AnsiToText(reason) + u".",
+                        true);
+    }
     LoadConfig();
 }
 

@@ -1,9 +1,7 @@
 // The old-style settings file, still written for installations that read it.
 
-#include <fstream>
-#include <system_error>
-
 #include "app/engine/ExportEngine.h"
+#include "app/engine/WholeWrite.h"
 #include "config/CodePage.h"
 #include "config/MessageSink.h"
 #include "config/Strings.h"
@@ -38,10 +36,6 @@ void ExportEngine::SaveConfig() {
     // Written over the file start-up reads, whatever the case of its name.
     const std::filesystem::path config = ProgramFile(u"Config.TXT");
     const std::filesystem::path backup = ProgramFile(u"Config.BAK");
-    std::error_code ec;
-    std::filesystem::remove(backup, ec);
-    std::filesystem::rename(config, backup, ec);
-
     const std::vector<std::u16string> lines = {
         u"Sigler=" + form_.TxtSigler.Text,
         u"Ämnesord=" + form_.TxtSubj.Text,
@@ -68,14 +62,13 @@ void ExportEngine::SaveConfig() {
     for (const std::u16string& line : lines) {
         text += line + u"\r\n";
     }
-    std::ofstream out(config, std::ios::binary | std::ios::trunc);
-    const std::string bytes = TextToAnsi(text);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out) {
-        // Saying "saved" over a file that was never written would lose the changes unnoticed;
-        // the previous file is still in Config.BAK.
-        ShowMessage(u"TESSELEX", u"Ändringarna kunde inte sparas i " + PathToText(config) + u".");
+    // The old file moves to Config.BAK only once the new one is completely written beside it,
+    // so a failed write leaves both files as they were (docs/behaviour.md).
+    const std::string reason = ReplaceFile(config, TextToAnsi(text), backup);
+    if (!reason.empty()) {
+        // Saying "saved" over a file that was never written would lose the changes unnoticed.
+        ShowMessage(u"TESSELEX", u"Ändringarna kunde inte sparas i " + PathToText(config) + u": " +
+                                     AnsiToText(reason) + u".");
         return;
     }
 

@@ -1,5 +1,6 @@
 #include "app/engine/Settings.h"
 
+#include <QLockFile>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -8,6 +9,7 @@
 #include <system_error>
 
 #include "app/engine/QtText.h"
+#include "app/engine/SettingsFile.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 
@@ -40,10 +42,15 @@ QString FullKey(const QString& key) {
 
 Settings::Settings()
     : store_(std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
-                                         QStringLiteral("TESSELEX"), QStringLiteral("TESSELEX"))) {}
+                                         QStringLiteral("TESSELEX"), QStringLiteral("TESSELEX"))) {
+#ifndef Q_OS_WIN
+    file_ = TextToPath(ToText(store_->fileName()));
+#endif
+}
 
 Settings::Settings(const std::filesystem::path& iniFile)
-    : store_(std::make_unique<QSettings>(ToQString(iniFile), QSettings::IniFormat)) {}
+    : store_(std::make_unique<QSettings>(ToQString(iniFile), QSettings::IniFormat)),
+      file_(iniFile) {}
 
 Settings::~Settings() = default;
 
@@ -57,21 +64,35 @@ std::u16string Settings::Setting(SettingKey key) const {
 }
 
 bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) {
-    const QString stored = StoredKey(*store_, key);
-    store_->setValue(FullKey(stored), ToQString(value));
-    // QSettings writes a new file beside the old one and renames it (QSaveFile), so a failed
-    // write leaves the old file; its status tells of the failure.
-    store_->sync();
-    if (store_->status() != QSettings::NoError) {
+    if (file_.empty()) {
+        // The registry writes each value whole.
+        store_->setValue(FullKey(StoredKey(*store_, key)), ToQString(value));
+        store_->sync();
+        return store_->status() == QSettings::NoError;
+    }
+    // The file is written whole by WriteSettingsFile; store_ only reads it and so never writes
+    // it itself. The lock is the one QSettings takes, so no other program writes meanwhile.
+    std::error_code ec;
+    std::filesystem::create_directories(file_.parent_path(), ec);
+    QLockFile lock(ToQString(file_) + QStringLiteral(".lock"));
+    if (!lock.tryLock(10000)) {
         return false;
     }
-    // The file holds the FTP password: readable by its owner only.
-    std::error_code ec;
-    std::filesystem::permissions(
-        TextToPath(ToText(store_->fileName())),
-        std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
-        std::filesystem::perm_options::replace, ec);
-    return true;
+    store_->sync();  // what another program stored meanwhile
+    const QString full = FullKey(StoredKey(*store_, key));
+    SettingValues values;
+    bool replaced = false;
+    for (const QString& stored : store_->allKeys()) {
+        replaced = replaced || stored == full;
+        values.emplace_back(stored,
+                            stored == full ? QVariant(ToQString(value)) : store_->value(stored));
+    }
+    if (!replaced) {
+        values.emplace_back(full, ToQString(value));
+    }
+    const bool written = WriteSettingsFile(file_, values);
+    store_->sync();
+    return written;
 }
 
 bool Settings::StoreSetting(SettingKey key, std::u16string_view value) {

@@ -32,9 +32,9 @@ class Settings {
     std::u16string Setting(SettingKey key) const;
     bool IsYes(SettingKey key) const { return Setting(key) == SettingYes; }
 
-    // Written and flushed at once.
-    // Stores and writes the settings file at once. False when it could not be written: the
-    // file is replaced whole only once the new one is complete, so it keeps its old content.
+    // Stores and writes the settings at once. False when they could not be written: the
+    // settings file is replaced whole only once the new one is complete, so it keeps its old
+    // content.
     bool StoreSetting(std::u16string_view key, std::u16string_view value);
     bool StoreSetting(SettingKey key, std::u16string_view value);
     // Where the settings are written.
@@ -45,6 +45,7 @@ class Settings {
 
   private:
     std::unique_ptr<QSettings> store_;
+    std::filesystem::path file_;  // empty when the store is not a file (the registry)
 };
 
 // The cataloguing client's own per-user value naming its holdings workfile (read only);

@@ -115,19 +115,18 @@ int GetSelection(std::u16string_view kind, std::u16string_view value) {
     return 0;
 }
 
-void CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
+bool CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
                  std::u16string_view oldKey) {
     const std::u16string value = OldValue(oldConfig, oldKey);
-    if (!value.empty()) {
-        settings.StoreSetting(newKey, YesNoOf(value));
-    }
+    return value.empty() || settings.StoreSetting(newKey, YesNoOf(value));
 }
 
-void CopySettings(Settings& settings, const CfgClass& oldConfig) {
+bool CopySettings(Settings& settings, const CfgClass& oldConfig) {
+    bool stored = true;
     auto copied = [&](SettingKey key, std::u16string_view oldKey, auto convert) {
         const std::u16string value = OldValue(oldConfig, oldKey);
         if (!value.empty()) {
-            settings.StoreSetting(key, convert(value));
+            stored = settings.StoreSetting(key, convert(value)) && stored;
         }
     };
     auto same = [](const std::u16string& value) { return value; };
@@ -140,12 +139,15 @@ void CopySettings(Settings& settings, const CfgClass& oldConfig) {
     copied(SettingKey::Subjects, u"Ämnesord", [](const std::u16string& value) {
         return value.find(u'=') == std::u16string::npos ? value : ConvertSubjects(value);
     });
-    CopySetting(settings, oldConfig, named(SettingKey::ISBNDehyphenate), u"ISBNUtanBindestreck");
-    CopySetting(settings, oldConfig, named(SettingKey::Change035), u"Ändra0359");
-    CopySetting(settings, oldConfig, named(SettingKey::Clear), u"Rensa");
-    CopySetting(settings, oldConfig, named(SettingKey::Destination), u"Destination");
-    CopySetting(settings, oldConfig, named(SettingKey::Logging), u"Logga");
-    CopySetting(settings, oldConfig, named(SettingKey::LogErrors), u"LoggaFel");
+    auto yesNo = [&](SettingKey key, std::u16string_view oldKey) {
+        stored = CopySetting(settings, oldConfig, named(key), oldKey) && stored;
+    };
+    yesNo(SettingKey::ISBNDehyphenate, u"ISBNUtanBindestreck");
+    yesNo(SettingKey::Change035, u"Ändra0359");
+    yesNo(SettingKey::Clear, u"Rensa");
+    yesNo(SettingKey::Destination, u"Destination");
+    yesNo(SettingKey::Logging, u"Logga");
+    yesNo(SettingKey::LogErrors, u"LoggaFel");
     copied(SettingKey::FTPServer, u"FTP\\Server", same);
     copied(SettingKey::FTPUser, u"FTP\\Användare", same);
     copied(SettingKey::FTPPassword, u"FTP\\Lösenord", same);
@@ -155,14 +157,15 @@ void CopySettings(Settings& settings, const CfgClass& oldConfig) {
     const std::u16string charset = OldValue(oldConfig, u"Tecken");
     if (!charset.empty()) {
         const auto [set, compose] = CharsetOf(charset);
-        settings.StoreSetting(SettingKey::Charset, set);
-        settings.StoreSetting(SettingKey::Compose, compose);
+        stored = settings.StoreSetting(SettingKey::Charset, set) && stored;
+        stored = settings.StoreSetting(SettingKey::Compose, compose) && stored;
     }
     auto placement = [](const std::u16string& value) {
         return std::u16string(value == u"0" ? u"interleaved" : u"after");
     };
     copied(SettingKey::Holdtype, u"Separatbestånd", placement);
     copied(SettingKey::Authtype, u"Separataauktoriteter", placement);
+    return stored;
 }
 
 }  // namespace tesselex

@@ -36,11 +36,13 @@ std::u16string ConvertSubjects(std::u16string_view text);
 int GetSelection(std::u16string_view kind, std::u16string_view value);
 
 // Copies one old key into a setting with the "0" -> "No", "1" -> "Yes" rule; other values as
-// they are. A key missing from the old file leaves the setting untouched.
-void CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
+// they are. A key missing from the old file leaves the setting untouched. False when the
+// setting could not be written.
+bool CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
                  std::u16string_view oldKey);
 // The whole table of old keys, in its order. An Ämnesord value without "=" is already in the
-// new form (the old-style save writes it so) and is kept as it is.
-void CopySettings(Settings& settings, const CfgClass& oldConfig);
+// new form (the old-style save writes it so) and is kept as it is. False when a setting could
+// not be written (the others are still copied).
+bool CopySettings(Settings& settings, const CfgClass& oldConfig);
 
 }  // namespace tesselex

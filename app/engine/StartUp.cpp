@@ -86,7 +86,9 @@ void ExportEngine::MigrateOldSettings() {
         return;
     }
     mainConfig_->Load(PathToText(config));
-    CopySettings(settings_, *mainConfig_);
+    if (!CopySettings(settings_, *mainConfig_)) {
+        ReportSettingsNotSaved();
+    }
     const std::filesystem::path old = ProgramFile(u"config_old.txt");
     // Decided before the rename: where names ignore case, the renamed file is `old` itself.
     const bool oldExists = Exists(old);
@@ -145,7 +147,7 @@ void ExportEngine::ReadSettingsIntoForm() {
         form_.cmb003.ListIndex = string003 == u"SE-TESL" ? 0 : 1;
     } else {
         form_.cmb003.ListIndex = 1;
-        settings_.StoreSetting(SettingKey::String003, form_.cmb003.Text());
+        Store(SettingKey::String003, form_.cmb003.Text());
     }
 
     form_.txtBibId.Text = settings_.Setting(SettingKey::LastBibId);

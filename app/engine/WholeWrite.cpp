@@ -2,6 +2,10 @@
 
 #include "app/engine/WholeWrite.h"
 
+#include <locale.h>
+#include <clocale>
+#include <cstring>
+
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
@@ -9,9 +13,8 @@
 namespace tesselex {
 namespace {
 
-// The system's words for the last failure.
 std::string LastError() {
-    return std::generic_category().message(errno);
+    return SystemReason(errno);
 }
 
 // Writes and closes; the system's reason on failure, "" on success.
@@ -30,13 +33,23 @@ std::string WriteAll(std::FILE* out, const std::string& bytes) {
 
 }  // namespace
 
+std::string SystemReason(int error) {
+    const locale_t c = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+    if (c == static_cast<locale_t>(nullptr)) {
+        return std::generic_category().message(error);
+    }
+    std::string reason = strerror_l(error, c);
+    freelocale(c);
+    return reason;
+}
+
 // An append that fails is cut back, so the file holds exactly what it held before.
 std::string AppendToFile(const std::filesystem::path& file, const std::string& bytes) {
     std::error_code ec;
     const bool existed = std::filesystem::exists(file, ec);
     const auto before = existed ? std::filesystem::file_size(file, ec) : 0;
     if (ec) {
-        return ec.message();
+        return SystemReason(ec.value());
     }
     std::string reason = WriteAll(std::fopen(file.c_str(), "ab"), bytes);
     if (!reason.empty()) {
@@ -51,14 +64,20 @@ std::string AppendToFile(const std::filesystem::path& file, const std::string& b
 
 // The new content is written beside the file and replaces it only once it is complete, so a
 // failed write leaves the previous export in place.
-std::string ReplaceFile(const std::filesystem::path& file, const std::string& bytes) {
+std::string ReplaceFile(const std::filesystem::path& file, const std::string& bytes,
+                        const std::filesystem::path& backup) {
     std::filesystem::path beside = file;
     beside += ".part";
     std::string reason = WriteAll(std::fopen(beside.c_str(), "wb"), bytes);
     std::error_code ec;
+    if (reason.empty() && !backup.empty()) {
+        // Neither an older backup nor the file need be there.
+        std::filesystem::remove(backup, ec);
+        std::filesystem::rename(file, backup, ec);
+    }
     if (reason.empty()) {
         std::filesystem::rename(beside, file, ec);
-        reason = ec ? ec.message() : std::string();
+        reason = ec ? SystemReason(ec.value()) : std::string();
     }
     if (!reason.empty()) {
         std::filesystem::remove(beside, ec);

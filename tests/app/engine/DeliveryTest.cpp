@@ -2,16 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
-
 #include <vector>
 
 #include "config/CodePage.h"
 #include "config/Utf.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
@@ -92,21 +87,13 @@ TEST_F(DeliveryTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
     test::WriteBytes(log_.ErrorLogPath(at_), log);
     for (const bool clear : {false, true}) {
         SCOPED_TRACE(clear);
-        const pid_t child = fork();
-        if (child == 0) {
-            std::signal(SIGXFSZ, SIG_IGN);
-            const rlimit limit{1024, 1024};
-            setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
             lines_.clear();
             const bool saved =
                 delivery_.SaveExport(std::u16string(2000, u'b'), PathToText(file), clear, u"7");
-            const bool told = lines_.size() == 1 && lines_[0].IsError &&
-                              lines_[0].Message.find(u"File too large") != std::u16string::npos;
-            _exit(!saved && told ? 0 : 1);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0) << "the save failed and said why";
+            return !saved && lines_.size() == 1 && lines_[0].IsError &&
+                   lines_[0].Message.find(u"File too large") != std::u16string::npos;
+        })) << "the save failed and said why";
         EXPECT_EQ(test::ReadBytes(file), std::string(1000, 'a'));
         EXPECT_EQ(test::ReadBytes(log_.ErrorLogPath(at_)), log);
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.Path()), {}), 2)
@@ -135,7 +122,12 @@ TEST_F(DeliveryFtpTest, UploadsTheFileJustSavedUnderTheRemoteNameAndReportsFailu
     ASSERT_EQ(lines_.size(), 3U);
     EXPECT_EQ(lines_[1].Message, u"Skickat post #42 till " + ftp_.ServerText());
     EXPECT_FALSE(lines_[1].IsError);
-    EXPECT_EQ(lines_[2].Message, u"Kunde inte skicka MARC-post 42 till " + ftp_.ServerText());
+    // The described text, then the transfer's reason with the server's reply code.
+    const std::u16string& failed = lines_[2].Message;
+    EXPECT_TRUE(
+        failed.starts_with(u"Kunde inte skicka MARC-post 42 till " + ftp_.ServerText() + u": "))
+        << TextToUtf8(failed);
+    EXPECT_TRUE(failed.ends_with(u"550.")) << TextToUtf8(failed);
     EXPECT_TRUE(lines_[2].IsError);
     EXPECT_NE(test::ReadBytes(log_.ErrorLogPath(at_)).find(": Kunde inte skicka MARC-post 42"),
               std::string::npos);

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "tests/app/engine/EngineFixture.h"
+#include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex {
@@ -72,10 +73,15 @@ TEST_F(EngineCommandTest, SettingsAreSetAndReadWithoutRegardToCase) {
         << "the file holding the password is its owner's only";
     EXPECT_EQ(Run("settings set NoSuchKey 1").Status, 2);
 
-    // The file holds the password: owner only.
+    // A file-size limit of 1 KiB (ulimit counts 512-byte blocks here) cuts the write short.
     const auto file = dir_ / "config" / "TESSELEX" / "TESSELEX.conf";
-    EXPECT_EQ(std::filesystem::status(file).permissions() & std::filesystem::perms::all,
-              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    const std::string before = ReadBytes(file);
+    const CliResult full = Shell("trap '' XFSZ; ulimit -f 2; \"$CLI\" settings set Libraries " +
+                                 std::string(3000, 'x') + " 2>&1");
+    EXPECT_EQ(full.Status, 1);
+    EXPECT_EQ(full.Out, "tesselex-cli: the settings file " + file.string() +
+                            " could not be written; it keeps its previous settings\n");
+    EXPECT_EQ(ReadBytes(file), before);
 
     EXPECT_EQ(Run("settings frobnicate").Status, 2);
     // The settings went to the temporary location, never anywhere else.
@@ -110,6 +116,37 @@ TEST_F(EngineCommandTest, WatchOnceRunsTheWholeCycleAndFetchRepeatsTheLastBibId)
     WriteBytes(workfile_, ReadBytes(sampleWorkfile_));
     EXPECT_EQ(Run("watch --once").Status, 1);
     EXPECT_EQ(ReadBytes(destination_), SampleReply() + SampleReply());
+}
+
+TEST_F(EngineCommandTest, TheFtpPasswordIsInNoStatusLineLogOrMessage) {
+    const std::string password = "Pw-7qZx3-hemlis";
+    test::LoopbackFtpServer ftp("tester", password);
+    std::string seen;  // everything the program printed or logged
+    const auto run = [&](const std::string& args) {
+        const CliResult result = Shell("\"$CLI\" " + args + " 2>&1");
+        seen += result.Out;
+        return result.Status;
+    };
+    const std::vector<std::string> settings = {
+        "FTPServer " + ftp.Address(), "FTPUser tester", "FTPPassword '" + password + "'",
+        "FTPFilename x.mrc",          "Logging Yes",    "LogErrors Yes"};
+    for (const std::string& setting : settings) {
+        ASSERT_EQ(run("settings set " + setting), 0);
+    }
+    EXPECT_EQ(run("fetch " + bibId_), 0);
+    EXPECT_EQ(ReadBytes(ftp.Root() / "x.mrc"), SampleReply());
+    ASSERT_EQ(run("settings set FTPDirectory missing"), 0);
+    EXPECT_EQ(run("fetch"), 1) << "no such folder on the server";
+    ASSERT_EQ(run("settings set FTPUser nobody"), 0);
+    EXPECT_EQ(run("fetch"), 1) << "log-in refused";
+    EXPECT_EQ(run("settings list"), 0);
+    for (const auto& log : std::filesystem::directory_iterator(home_ / "Logs")) {
+        seen += ReadBytes(log.path());
+    }
+    EXPECT_NE(seen.find("Skickat post #12515882"), std::string::npos);
+    EXPECT_NE(seen.find("Kunde inte skicka MARC-post 12515882"), std::string::npos);
+    EXPECT_NE(seen.find("Kunde inte ansluta med FTP"), std::string::npos);
+    EXPECT_EQ(seen.find(password), std::string::npos) << seen;
 }
 
 TEST_F(EngineCommandTest, WatchKeepsPollingUntilSigtermEndsItAfterTheDelivery) {

@@ -8,6 +8,7 @@
 #include "config/CodePage.h"
 #include "config/Utf.h"
 #include "tests/app/engine/EngineFixture.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/TestData.h"
 
@@ -75,17 +76,15 @@ TEST_F(ExportEngineTest, ABadRecordIsDroppedAndLoggedWhileItsNeighboursAreDelive
 }
 
 TEST_F(ExportEngineTest, AWorkfileStillBeingWrittenWaitsUntilCompleteOrFiveSecondsStill) {
-    DateTime now{2024, 5, 7, 23, 59, 58};  // the wait runs over midnight
-    EngineSeams seams;
-    seams.Now = [&now] { return now; };
-    ExportEngine& engine = StartUp(std::move(seams));
+    now_ = {2024, 5, 7, 23, 59, 58};  // the wait runs over midnight
+    ExportEngine& engine = StartUp();
     const std::string record = test::HoldingsRecord(bibId_);
     const auto tick = [&](int seconds) {
-        now.Second += seconds;
-        for (; now.Second >= 60; now.Second -= 60, ++now.Minute) {
+        now_.Second += seconds;
+        for (; now_.Second >= 60; now_.Second -= 60, ++now_.Minute) {
         }
-        if (now.Minute >= 60) {
-            now = {2024, 5, 8, 0, now.Minute - 60, now.Second};
+        if (now_.Minute >= 60) {
+            now_ = {2024, 5, 8, 0, now_.Minute - 60, now_.Second};
         }
         engine.Timer1_Timer();
     };
@@ -111,14 +110,11 @@ TEST_F(ExportEngineTest, AWorkfileStillBeingWrittenWaitsUntilCompleteOrFiveSecon
 }
 
 TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch) {
-    DateTime now{2024, 5, 7, 10, 0, 0};
-    EngineSeams seams;
-    seams.Now = [&now] { return now; };
-    ExportEngine& engine = StartUp(std::move(seams));
+    ExportEngine& engine = StartUp();
     // An incomplete workfile is taken once its size has stood still for 5 s.
     const auto poll = [&] {
         engine.Timer1_Timer();
-        ++now.Minute;
+        ++now_.Minute;
         engine.Timer1_Timer();
     };
     // The working record now holds a holdings record linked to the sample: none of the files
@@ -144,6 +140,37 @@ TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch
     test::PlaceFile(workfile_, holdings.substr(0, holdings.size() - 4));
     poll();
     EXPECT_EQ(ExportRequests().size(), 2U);
+}
+
+TEST_F(ExportEngineTest, AWorkfileThatCannotBeDeletedIsExportedOnceUntilItChanges) {
+    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
+    EngineSeams seams;
+    seams.RemoveFile = [](const std::filesystem::path&, std::error_code& ec) {
+        ec = std::make_error_code(std::errc::permission_denied);
+        return false;
+    };
+    ExportEngine& engine = StartUp(std::move(seams));
+    const std::u16string notRemoved = u"Arbetsfilen " + PathToText(workfile_) +
+                                      u" kunde inte tas bort: Permission denied. Den exporteras "
+                                      u"inte igen förrän den ändras.";
+    const std::string changed = test::BuildRecord({{"004", bibId_},
+                                                   {"852",
+                                                    "  \x1F"
+                                                    "bOther"}});
+    for (const std::string& contents : {test::HoldingsRecord(bibId_), changed}) {
+        test::PlaceFile(workfile_, contents);
+        for (int poll = 0; poll < 3; ++poll) {
+            engine.Timer1_Timer();
+        }
+    }
+    EXPECT_EQ(ExportRequests().size(), 2U) << "once per content";
+    EXPECT_EQ(Delivered(), SampleReply() + SampleReply());
+    ASSERT_EQ(lines_.size(), 4U);
+    EXPECT_EQ(lines_[0].Message, notRemoved);
+    EXPECT_TRUE(lines_[0].IsError);
+    EXPECT_EQ(lines_[2].Message, notRemoved);
+    EXPECT_NE(ReadLog(true).find(": " + TextToAnsi(notRemoved) + "\r\n"), std::string::npos);
+    EXPECT_TRUE(engine.Form().Timer1.Enabled);
 }
 
 TEST_F(ExportEngineTest, NoBibIdOrNoServerDeliversNothingAndKeepsTheBibIdForARetry) {
@@ -358,17 +385,50 @@ TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUn
     EXPECT_EQ(messages_[0].second, u"Ändringar sparade.");
 }
 
-TEST_F(ExportEngineTest, SaveConfigThatCannotWriteSaysSoAndKeepsTheSettings) {
+TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
+    // A file-size limit of 1 KiB (disk full, quota) in a child process cuts each write short.
     ExportEngine& engine = StartUp();
-    settings_->StoreSetting(SettingKey::Libraries, u"Tes");
-    // Folders where the files would go: nothing can be moved aside or written (even as root).
-    std::filesystem::create_directories(home_ / "Config.TXT" / "x");
-    std::filesystem::create_directories(home_ / "Config.BAK" / "x");
-    messages_.clear();
-    engine.SaveConfig();
-    ASSERT_EQ(messages_.size(), 1U);
-    EXPECT_TRUE(messages_[0].second.starts_with(u"Ändringarna kunde inte sparas i "));
-    EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes");
+    WriteBytes(home_ / "Config.TXT", "Sigler=Old\r\n");
+    WriteBytes(home_ / "Config.BAK", "Sigler=Older\r\n");
+    const auto before = [this] {
+        std::vector<std::pair<std::filesystem::path, std::string>> files;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(dir_.Path())) {
+            if (entry.is_regular_file()) {
+                files.emplace_back(entry.path(), ReadBytes(entry.path()));
+            }
+        }
+        std::sort(files.begin(), files.end());
+        return files;
+    };
+    const auto files = before();
+    ASSERT_LT(ReadBytes(dir_ / "settings.ini").size(), 1024U);
+    engine.Form().TxtSigler.Text = std::u16string(3000, u'x');
+
+    EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
+        engine.TxtSigler_Change();
+        return lines_.size() == 1 && lines_[0].IsError &&
+               lines_[0].Message == u"Inställningarna kunde inte sparas till " +
+                                        PathToText(dir_ / "settings.ini") + u".";
+    })) << "the settings";
+    EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
+        engine.SaveConfig();
+        return messages_.size() == 1 &&
+               messages_[0].second == u"Ändringarna kunde inte sparas i " +
+                                          PathToText(home_ / "Config.TXT") + u": File too large.";
+    })) << "the old-style settings file";
+    EXPECT_EQ(before(), files) << "every file as it was, nothing left beside them";
+    EXPECT_EQ(ReadBytes(home_ / "Config.TXT"), "Sigler=Old\r\n");
+    EXPECT_EQ(ReadBytes(home_ / "Config.BAK"), "Sigler=Older\r\n");
+    EXPECT_FALSE(std::filesystem::exists(home_ / "Config.TXT.part"));
+
+    // The server address cannot be written where a folder is in the way.
+    std::filesystem::create_directory(home_ / "export.url.part");
+    const std::string address = ReadBytes(home_ / "export.url");
+    engine.ServerAddressChosen(u"http://127.0.0.1:1/elsewhere");
+    ASSERT_FALSE(lines_.empty());
+    EXPECT_EQ(lines_.back().Message, u"Serveradressen kunde inte sparas till " +
+                                         PathToText(home_ / "export.url") + u": Is a directory.");
+    EXPECT_EQ(ReadBytes(home_ / "export.url"), address);
 }
 
 TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
@@ -441,7 +501,11 @@ TEST_F(ExportEngineFtpTest, AFailedSaveSkipsTheUploadAndARefusedLoginKeepsTheFil
     FetchNow();
     EXPECT_EQ(Delivered(), SampleReply());
     ASSERT_EQ(lines_.size(), 3U);
-    EXPECT_EQ(lines_[2].Message, u"Kunde inte ansluta med FTP till " + ftp_.ServerText());
+    const std::u16string& refused = lines_[2].Message;
+    EXPECT_TRUE(
+        refused.starts_with(u"Kunde inte ansluta med FTP till " + ftp_.ServerText() + u": "))
+        << TextToUtf8(refused);
+    EXPECT_TRUE(refused.ends_with(u"530.")) << TextToUtf8(refused);
     EXPECT_TRUE(lines_[2].IsError);
     EXPECT_NE(ReadLog(true).find(": Kunde inte ansluta med FTP till "), std::string::npos);
     EXPECT_TRUE(std::filesystem::is_empty(ftp_.Root()));

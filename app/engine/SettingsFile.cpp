@@ -1,0 +1,90 @@
+// Qt 6.4's QSaveFile renames its new file over the old one even when the last buffered write
+// failed, and QSettings then reports no error: under a file-size limit a settings file of a few
+// KiB was cut short without a word. So QSettings writes a copy beside the file, the copy is read
+// back and compared with what was meant, and only then renamed over the file
+// (docs/behaviour.md).
+
+#include "app/engine/SettingsFile.h"
+
+#include <QSettings>
+#include <QTemporaryFile>
+
+#include <chrono>
+#include <system_error>
+
+#include "app/engine/QtText.h"
+#include "config/Utf.h"
+
+namespace tesselex {
+namespace {
+
+// A new empty file beside `file` under a name not used before. QSettings keeps what it last
+// read of a file name and takes an unchanged size and time as unchanged content, so only a name
+// it has never seen is surely read from the disk.
+std::filesystem::path FreshNameBeside(const std::filesystem::path& file) {
+    QTemporaryFile scratch(ToQString(file) + QStringLiteral(".XXXXXX"));
+    scratch.setAutoRemove(false);
+    return scratch.open() ? TextToPath(ToText(scratch.fileName())) : std::filesystem::path();
+}
+
+bool WriteValues(const std::filesystem::path& file, const SettingValues& values) {
+    QSettings out(ToQString(file), QSettings::IniFormat);
+    for (const auto& [key, value] : values) {
+        out.setValue(key, value);
+    }
+    out.sync();
+    return out.status() == QSettings::NoError;
+}
+
+bool ReadsBackAs(const std::filesystem::path& file, const SettingValues& values) {
+    QSettings written(ToQString(file), QSettings::IniFormat);
+    if (written.status() != QSettings::NoError ||
+        written.allKeys().size() != static_cast<qsizetype>(values.size())) {
+        return false;
+    }
+    for (const auto& [key, value] : values) {
+        if (written.value(key) != value) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// A reader of the file notices the change only when its size or its time (to the millisecond)
+// differs, so the new file is never given the old one's time.
+void NewerThan(const std::filesystem::path& file, const std::filesystem::path& old) {
+    std::error_code ec;
+    const auto before = std::filesystem::last_write_time(old, ec);
+    if (!ec && std::filesystem::last_write_time(file, ec) < before + std::chrono::milliseconds(1)) {
+        std::filesystem::last_write_time(file, before + std::chrono::milliseconds(1), ec);
+    }
+}
+
+}  // namespace
+
+bool WriteSettingsFile(const std::filesystem::path& file, const SettingValues& values) {
+    std::error_code ec;
+    const std::filesystem::path written = FreshNameBeside(file);
+    const std::filesystem::path checked = FreshNameBeside(file);
+    bool ok = !written.empty() && !checked.empty() && WriteValues(written, values);
+    if (ok) {
+        std::filesystem::rename(written, checked, ec);
+        ok = !ec && ReadsBackAs(checked, values);
+    }
+    if (ok) {
+        // It holds the FTP password in plain text.
+        std::filesystem::permissions(
+            checked, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
+            std::filesystem::perm_options::replace, ec);
+        NewerThan(checked, file);
+        std::filesystem::rename(checked, file, ec);
+        ok = !ec;
+    }
+    if (!ok) {
+        std::filesystem::remove(written, ec);
+        std::filesystem::remove(checked, ec);
+    }
+    return ok;
+}
+
+}  // namespace tesselex
