@@ -6,10 +6,30 @@
 #include <QStandardPaths>
 #include <QString>
 
+#include "config/Utf.h"
 #include "tests/support/TempDir.h"
 
 namespace tesselex {
 namespace {
+
+// A value the file form cannot carry would fail its read-back and so every write of it. Values
+// of one length written in quick succession must still be read anew.
+TEST(Settings, AnyTextIsStoredWholeAndReadBackByAnotherReader) {
+    test::TempDir dir;
+    const std::filesystem::path file = dir / "TESSELEX" / "settings.ini";
+    Settings settings(file);
+    for (const std::u16string value :
+         {u"", u"  blanks around  ", u"a,b;c=d # e", u"\"quoted\" and \\ back\\", u"@at",
+          u"@ByteArray(x)", u"line\r\nnext\ttab\x01", u"Åbo ö € \U0001F600", u"[Settings]",
+          u"same 1", u"same 2", u"same 3"}) {
+        SCOPED_TRACE(TextToUtf8(value));
+        ASSERT_TRUE(settings.StoreSetting(SettingKey::Libraries, value));
+        EXPECT_EQ(Settings(file).Setting(SettingKey::Libraries), value);
+        EXPECT_EQ(settings.Setting(SettingKey::Libraries), value);
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(file.parent_path()), {}), 1)
+        << "nothing left beside the file";
+}
 
 // Keys without regard to case and values kept across processes are checked through the
 // program's own commands and events (EngineCommandTest, ExportEngineTest).
