@@ -87,7 +87,9 @@ void ExportEngine::MigrateOldSettings() {
     }
     mainConfig_->Load(PathToText(config));
     if (!CopySettings(settings_, *mainConfig_)) {
+        // Left in place, the file is copied again at the next start instead of being lost.
         ReportSettingsNotSaved();
+        return;
     }
     const std::filesystem::path old = ProgramFile(u"config_old.txt");
     // Decided before the rename: where names ignore case, the renamed file is `old` itself.

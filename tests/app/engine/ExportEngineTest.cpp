@@ -416,6 +416,14 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
                messages_[0].second == u"Ändringarna kunde inte sparas i " +
                                           PathToText(home_ / "Config.TXT") + u": File too large.";
     })) << "the old-style settings file";
+    WriteBytes(home_ / "Config.TXT", "Sigler=" + std::string(3000, 'x') + "\r\n");
+    EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
+        lines_.clear();
+        engine.LoadConfig();
+        return lines_.size() == 1 && lines_[0].Message.starts_with(u"Inställningarna kunde inte");
+    })) << "the old settings file's copy";
+    EXPECT_FALSE(std::filesystem::exists(home_ / "config_old.TXT")) << "copied again next time";
+    WriteBytes(home_ / "Config.TXT", "Sigler=Old\r\n");
     EXPECT_EQ(before(), files) << "every file as it was, nothing left beside them";
     EXPECT_EQ(ReadBytes(home_ / "Config.TXT"), "Sigler=Old\r\n");
     EXPECT_EQ(ReadBytes(home_ / "Config.BAK"), "Sigler=Older\r\n");
