@@ -1,6 +1,6 @@
 #pragma once
 // Running a modal dialog while a test works it, and working its grids and buttons. The test
-// program's main (in DialogTestApp.cpp) creates the application object widgets need.
+// program's main (tests/support/gui/QApplicationMain.cpp) creates the application object.
 
 #include <QDialog>
 #include <QString>
