@@ -6,7 +6,15 @@ set(TESSELEX_DATA_DIR ${CMAKE_INSTALL_DATADIR}/tesselex)
 set(TESSELEX_USER_UNIT_DIR ${CMAKE_INSTALL_PREFIX}/lib/systemd/user)
 # GNUInstallDirs maps the /usr prefix to /etc, so the autostart entry lands where XDG reads it.
 set(TESSELEX_AUTOSTART_DIR ${CMAKE_INSTALL_FULL_SYSCONFDIR}/xdg/autostart)
-set(TESSELEX_MAINTAINER "TESSELEX developers <tesselex@example.org>")
+# The package's maintainer (the control file and the Debian changelog). Whoever builds the package
+# for distribution sets it; Debian's own DEBFULLNAME and DEBEMAIL give it when set.
+if(DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
+    set(default_maintainer "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
+else()
+    set(default_maintainer "TESSELEX developers <tesselex@example.org>")
+endif()
+set(TESSELEX_PACKAGE_MAINTAINER "${default_maintainer}" CACHE STRING
+    "Maintainer of the Debian package, as \"Name <address>\"")
 
 set(packaging ${PROJECT_SOURCE_DIR}/packaging)
 set(staged ${PROJECT_BINARY_DIR}/packaging)
