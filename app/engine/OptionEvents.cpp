@@ -1,6 +1,8 @@
 // The option controls' events: each stores its setting at once, so the next request and the
 // next start-up see the choice.
 
+#include <utility>
+
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "app/engine/WholeWrite.h"
@@ -100,11 +102,18 @@ void ExportEngine::ArkivLoggaFel_Click() {
 }
 
 void ExportEngine::FtpSettingsChosen(const FtpSettings& ftp) {
-    Store(SettingKey::FTPServer, ftp.Server);
-    Store(SettingKey::FTPUser, ftp.User);
-    Store(SettingKey::FTPPassword, ftp.Password);
-    Store(SettingKey::FTPDirectory, ftp.Directory);
-    Store(SettingKey::FTPFilename, ftp.Filename);
+    // One failure, one status line.
+    bool stored = true;
+    for (const auto& [key, value] :
+         {std::pair{SettingKey::FTPServer, &ftp.Server}, std::pair{SettingKey::FTPUser, &ftp.User},
+          std::pair{SettingKey::FTPPassword, &ftp.Password},
+          std::pair{SettingKey::FTPDirectory, &ftp.Directory},
+          std::pair{SettingKey::FTPFilename, &ftp.Filename}}) {
+        stored = settings_.StoreSetting(key, *value) && stored;
+    }
+    if (!stored) {
+        ReportSettingsNotSaved();
+    }
     ftp_ = ftp;
     ftp_.Directory = Trim(ftp.Directory);
     if (ftp_.Server.empty()) {

@@ -406,10 +406,13 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
 
     EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
         engine.TxtSigler_Change();
-        return lines_.size() == 1 && lines_[0].IsError &&
-               lines_[0].Message == u"Inställningarna kunde inte sparas till " +
-                                        PathToText(dir_ / "settings.ini") + u".";
-    })) << "the settings";
+        const std::u16string big(3000, u's');
+        engine.FtpSettingsChosen({big, big, big, big, big});
+        const std::u16string failed =
+            u"Inställningarna kunde inte sparas till " + PathToText(dir_ / "settings.ini") + u".";
+        return lines_.size() == 2 && lines_[0].IsError && lines_[0].Message == failed &&
+               lines_[1].Message == failed;
+    })) << "the settings, one line for each event";
     EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
         engine.SaveConfig();
         return messages_.size() == 1 &&
