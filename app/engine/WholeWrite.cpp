@@ -70,10 +70,11 @@ std::string ReplaceFile(const std::filesystem::path& file, const std::string& by
     beside += ".part";
     std::string reason = WriteAll(std::fopen(beside.c_str(), "wb"), bytes);
     std::error_code ec;
-    if (reason.empty() && !backup.empty()) {
-        // Neither an older backup nor the file need be there.
+    if (reason.empty() && !backup.empty() && std::filesystem::exists(file, ec)) {
+        // The old file is replaced only once it is safe in the backup.
         std::filesystem::remove(backup, ec);
         std::filesystem::rename(file, backup, ec);
+        reason = ec ? SystemReason(ec.value()) : std::string();
     }
     if (reason.empty()) {
         std::filesystem::rename(beside, file, ec);

@@ -15,7 +15,8 @@ std::string SystemReason(int error);
 // Appends the bytes; a write that fails is cut back to the old length (a new file is removed).
 std::string AppendToFile(const std::filesystem::path& file, const std::string& bytes);
 // Writes the bytes beside the file and renames them over it once complete. With a backup path,
-// the old file becomes the backup (an older backup is removed) just before that rename.
+// the old file becomes the backup (an older backup is removed) just before that rename; when
+// it cannot, the file is left as it was.
 std::string ReplaceFile(const std::filesystem::path& file, const std::string& bytes,
                         const std::filesystem::path& backup = {});
 

@@ -432,6 +432,16 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
     EXPECT_EQ(ReadBytes(home_ / "Config.BAK"), "Sigler=Older\r\n");
     EXPECT_FALSE(std::filesystem::exists(home_ / "Config.TXT.part"));
 
+    // Nor is Config.TXT replaced when it cannot become the backup.
+    std::filesystem::remove(home_ / "Config.BAK");
+    std::filesystem::create_directories(home_ / "Config.BAK" / "x");
+    messages_.clear();
+    engine.SaveConfig();
+    ASSERT_EQ(messages_.size(), 1U);
+    EXPECT_EQ(messages_[0].second, u"Ändringarna kunde inte sparas i " +
+                                       PathToText(home_ / "Config.TXT") + u": Is a directory.");
+    EXPECT_EQ(ReadBytes(home_ / "Config.TXT"), "Sigler=Old\r\n");
+
     // The server address cannot be written where a folder is in the way.
     std::filesystem::create_directory(home_ / "export.url.part");
     const std::string address = ReadBytes(home_ / "export.url");
