@@ -1,9 +1,6 @@
 #include "charset/Fold.h"
 
-#include <unicode/uchar.h>
-#include <unicode/unorm2.h>
-
-#include <climits>
+#include "charset/Normalize.h"
 
 namespace tesselex {
 namespace {
@@ -27,13 +24,6 @@ constexpr Ligature kLigatures[] = {
     {u'\uFB05', u"st"},      {u'\uFB06', u"st"},
 };
 
-const UNormalizer2* Normalizer(std::uint32_t flags) {
-    UErrorCode status = U_ZERO_ERROR;
-    const UNormalizer2* normalizer = (flags & kFoldDecompose) != 0 ? unorm2_getNFDInstance(&status)
-                                                                   : unorm2_getNFCInstance(&status);
-    return U_SUCCESS(status) ? normalizer : nullptr;
-}
-
 std::u16string ExpandLigatures(std::u16string_view text) {
     std::u16string out;
     out.reserve(text.size());
@@ -50,35 +40,6 @@ std::u16string ExpandLigatures(std::u16string_view text) {
             out += ch;
         }
     }
-    return out;
-}
-
-std::u16string Normalize(std::u16string_view text, std::uint32_t flags) {
-    const UNormalizer2* normalizer = Normalizer(flags);
-    if (normalizer == nullptr || text.size() > INT32_MAX / 4) {
-        return {};
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    const auto length = static_cast<std::int32_t>(text.size());
-    // Quick check first: most record text is already in the wanted form.
-    std::int32_t span = unorm2_spanQuickCheckYes(normalizer, text.data(), length, &status);
-    if (U_SUCCESS(status) && span == length) {
-        return std::u16string(text);
-    }
-    std::u16string out(text.size() + text.size() / 2 + 8, u'\0');
-    status = U_ZERO_ERROR;
-    std::int32_t needed = unorm2_normalize(normalizer, text.data(), length, out.data(),
-                                           static_cast<std::int32_t>(out.size()), &status);
-    if (status == U_BUFFER_OVERFLOW_ERROR) {
-        out.assign(static_cast<std::size_t>(needed), u'\0');
-        status = U_ZERO_ERROR;
-        needed = unorm2_normalize(normalizer, text.data(), length, out.data(),
-                                  static_cast<std::int32_t>(out.size()), &status);
-    }
-    if (U_FAILURE(status)) {
-        return {};
-    }
-    out.resize(static_cast<std::size_t>(needed));
     return out;
 }
 
@@ -110,14 +71,9 @@ std::u16string FoldString(std::u16string_view text, std::uint32_t flags) {
         source = current;
     }
     if ((flags & (kFoldCompose | kFoldDecompose)) != 0) {
-        return Normalize(source, flags);
+        return Normalize(source, (flags & kFoldDecompose) != 0);
     }
     return std::u16string(source);
-}
-
-bool IsCombiningMark(char32_t cp) noexcept {
-    const std::int8_t type = u_charType(static_cast<UChar32>(cp));
-    return type == U_NON_SPACING_MARK || type == U_ENCLOSING_MARK;
 }
 
 }  // namespace tesselex

@@ -1,5 +1,5 @@
 #pragma once
-// The string folding the conversions are defined in terms of, over ICU: canonical composition,
+// The string folding the conversions are defined in terms of: canonical composition,
 // canonical decomposition and the expansion of letter ligatures. The flag values are those the
 // conversions were written against, so a flag word reads the same everywhere.
 

@@ -1,15 +1,11 @@
-// The small shared routines: URL encoding, whole files, temporary files and the login name.
+// The small shared routines: URL encoding and whole files. The login name and temporary files
+// have one file per platform (SharedRoutinesPosix.cpp, SharedRoutinesWin.cpp).
 // The HTTP fetch, the FTP upload, the INI read and the date patterns have files of their own.
 
 #include "config/SharedRoutines.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <vector>
 
 #include "config/CodePage.h"
 #include "config/Strings.h"
@@ -39,23 +35,6 @@ std::u16string UrlEncode(std::u16string_view text) {
     return encoded;
 }
 
-std::u16string GetLoginName() {
-    std::vector<char> buffer(16384);
-    passwd entry{};
-    passwd* found = nullptr;
-    if (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
-        found != nullptr && found->pw_name != nullptr && *found->pw_name != '\0') {
-        return Utf8ToText(found->pw_name);
-    }
-    if (const char* name = getlogin(); name != nullptr && *name != '\0') {
-        return Utf8ToText(name);
-    }
-    if (const char* name = std::getenv("USER"); name != nullptr) {
-        return Trim(Utf8ToText(name));
-    }
-    return {};
-}
-
 std::u16string ReadWholeFile(const std::filesystem::path& path) {
     std::error_code ec;
     if (!std::filesystem::is_regular_file(path, ec)) {
@@ -70,28 +49,6 @@ std::u16string ReadWholeFile(const std::filesystem::path& path) {
         return {};
     }
     return AnsiToText(bytes);
-}
-
-std::filesystem::path TempFileName(std::u16string_view prefix) {
-    std::error_code ec;
-    const std::filesystem::path folder = std::filesystem::temp_directory_path(ec);
-    if (ec) {
-        return {};
-    }
-    // The prefix names a file, never a folder.
-    std::u16string name(prefix);
-    for (char16_t& ch : name) {
-        if (ch == u'/' || ch == u'\\' || ch == 0) {
-            ch = u'_';
-        }
-    }
-    std::string pattern = (folder / TextToPath(name)).string() + "XXXXXX";
-    const int fd = mkstemp(pattern.data());
-    if (fd < 0) {
-        return {};
-    }
-    close(fd);
-    return std::filesystem::path(pattern);
 }
 
 }  // namespace tesselex

@@ -8,6 +8,7 @@
 #include "IsoBuilder.h"
 #include "config/Strings.h"
 #include "marc/MarcObjectFields.h"
+#include "tests/support/ScopedEnv.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
 
@@ -260,9 +261,10 @@ TEST_F(MarcObjectTest, CharacterMapIsAppliedOnImportAndDroppedByANewValue) {
     EXPECT_EQ(Sub(245, u'a'), u"Abc");
 
     test::WriteBytes(dir / "home.map", "62=79\r\n");
-    ASSERT_EQ(setenv("TESSELEX_HOME", dir.Path().c_str(), 1), 0);
-    record.SetCharacterMap(u"home.map");  // no path: from the program folder
-    unsetenv("TESSELEX_HOME");
+    {
+        const test::ScopedEnv home("TESSELEX_HOME", dir.Path().string());
+        record.SetCharacterMap(u"home.map");  // no path: from the program folder
+    }
     record.Import(iso);
     EXPECT_EQ(Sub(245, u'a'), u"Ayc");
     EXPECT_EQ(record.CharacterMap(), u"home.map");

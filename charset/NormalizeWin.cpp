@@ -1,0 +1,63 @@
+// Normalisation and mark classes through the Windows string functions: NormalizeString for
+// composition and decomposition (FoldStringW's MAP_PRECOMPOSED and MAP_COMPOSITE follow older
+// tables and do not recompose across every mark), GetStringTypeW for the mark class.
+
+#include <windows.h>
+
+#include <climits>
+
+#include "charset/Fold.h"
+#include "charset/Normalize.h"
+
+namespace tesselex {
+namespace {
+
+const wchar_t* Wide(std::u16string_view text) {
+    return reinterpret_cast<const wchar_t*>(text.data());
+}
+
+}  // namespace
+
+std::u16string Normalize(std::u16string_view text, bool decompose) {
+    if (text.empty() || text.size() > INT_MAX / 4) {
+        return {};
+    }
+    const NORM_FORM form = decompose ? NormalizationD : NormalizationC;
+    const int length = static_cast<int>(text.size());
+    // The first answer is an estimate; a too-small buffer says so and gives a better one.
+    int estimate = NormalizeString(form, Wide(text), length, nullptr, 0);
+    for (int attempt = 0; attempt < 4 && estimate > 0; ++attempt) {
+        std::u16string out(static_cast<std::size_t>(estimate), u'\0');
+        const int written = NormalizeString(form, Wide(text), length,
+                                            reinterpret_cast<wchar_t*>(out.data()), estimate);
+        if (written > 0) {
+            out.resize(static_cast<std::size_t>(written));
+            return out;
+        }
+        if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
+            return {};
+        }
+        estimate = -written;
+    }
+    return {};
+}
+
+bool IsCombiningMark(char32_t cp) noexcept {
+    wchar_t units[2] = {};
+    int count = 1;
+    if (cp > 0xFFFF) {
+        const char32_t rest = cp - 0x10000;
+        units[0] = static_cast<wchar_t>(0xD800 + (rest >> 10));
+        units[1] = static_cast<wchar_t>(0xDC00 + (rest & 0x3FF));
+        count = 2;
+    } else {
+        units[0] = static_cast<wchar_t>(cp);
+    }
+    WORD types[2] = {};
+    if (!GetStringTypeW(CT_CTYPE3, units, count, types)) {
+        return false;
+    }
+    return (types[0] & C3_NONSPACING) != 0;
+}
+
+}  // namespace tesselex
