@@ -8,9 +8,13 @@ namespace tesselex {
 
 namespace {
 
-// The per-user application-data folder of the XDG base directories; a relative
-// XDG_DATA_HOME is ignored, as that standard asks.
+// The per-user application-data folder: on Windows the roaming one (APPDATA), elsewhere that
+// of the XDG base directories, where a relative XDG_DATA_HOME is ignored, as that standard asks.
 std::filesystem::path UserDataFolder(const EnvironmentLookup& environment) {
+#ifdef _WIN32
+    const std::filesystem::path appData(environment("APPDATA"));
+    return appData.is_absolute() ? appData : std::filesystem::path();
+#else
     const std::filesystem::path xdg(environment("XDG_DATA_HOME"));
     if (xdg.is_absolute()) {
         return xdg;
@@ -20,6 +24,7 @@ std::filesystem::path UserDataFolder(const EnvironmentLookup& environment) {
         return {};
     }
     return std::filesystem::path(home) / ".local" / "share";
+#endif
 }
 
 bool SameFolder(const std::filesystem::path& a, const std::filesystem::path& b) {

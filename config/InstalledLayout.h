@@ -14,7 +14,8 @@ using EnvironmentLookup = std::function<std::string(const char* name)>;
 
 // The program folder: TESSELEX_HOME when set; otherwise, when the executable's folder is the
 // folder the programs are installed to, the per-user application-data folder
-// ($XDG_DATA_HOME/TESSELEX, else ~/.local/share/TESSELEX); otherwise the executable's folder.
+// ($XDG_DATA_HOME/TESSELEX, else ~/.local/share/TESSELEX; %APPDATA%\TESSELEX on Windows);
+// otherwise the executable's folder.
 std::filesystem::path ChooseProgramFolder(const std::filesystem::path& executableFolder,
                                           const std::filesystem::path& installedProgramsFolder,
                                           const EnvironmentLookup& environment);

@@ -49,6 +49,9 @@ TEST(ShippedMapTest, ConvertsLettersMarksAndSetEscapesBothWays) {
 }
 
 TEST(Marc8GeneratorTest, CommittedMapsMatchTheGenerator) {
+#ifdef _WIN32
+    GTEST_SKIP() << "the map generator is a build-host script";
+#endif
     TESSELEX_REQUIRE_SHARED_TESTDATA();
     test::TempDir dir;
     const std::string command = "/usr/bin/python3 '" +

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
@@ -20,33 +21,41 @@ struct FolderCase {
     std::filesystem::path expected;
 };
 
+// The per-user folder of an installed program is the platform's: %APPDATA% on Windows,
+// the XDG data folder elsewhere.
+#ifdef _WIN32
+const std::pair<const std::string, std::string> kUser{"APPDATA", "C:\\Users\\u\\AppData\\Roaming"};
+const std::filesystem::path kPerUser = "C:\\Users\\u\\AppData\\Roaming\\TESSELEX";
+#else
+const std::pair<const std::string, std::string> kUser{"HOME", "/home/u"};
+const std::filesystem::path kPerUser = "/home/u/.local/share/TESSELEX";
+#endif
+
 TEST(ChooseProgramFolder, BuildTreeBesideTheExecutableInstalledPerUser) {
     const std::filesystem::path installed = "/usr/bin";
     const FolderCase cases[] = {
-        {"build tree", "/home/u/src/build/app", {{"HOME", "/home/u"}}, "/home/u/src/build/app"},
-        {"installed", "/usr/bin", {{"HOME", "/home/u"}}, "/home/u/.local/share/TESSELEX"},
-        {"installed, trailing slash",
-         "/usr/bin/",
-         {{"HOME", "/home/u"}},
-         "/home/u/.local/share/TESSELEX"},
+        {"build tree", "/home/u/src/build/app", {kUser}, "/home/u/src/build/app"},
+        {"installed", "/usr/bin", {kUser}, kPerUser},
+        {"installed, trailing slash", "/usr/bin/", {kUser}, kPerUser},
+#ifdef _WIN32
+        {"relative APPDATA ignored", "/usr/bin", {{"APPDATA", "Roaming"}}, "/usr/bin"},
+#else
         {"installed, XDG_DATA_HOME",
          "/usr/bin",
-         {{"HOME", "/home/u"}, {"XDG_DATA_HOME", "/data/u"}},
+         {kUser, {"XDG_DATA_HOME", "/data/u"}},
          "/data/u/TESSELEX"},
         {"relative XDG_DATA_HOME ignored",
          "/usr/bin",
-         {{"HOME", "/home/u"}, {"XDG_DATA_HOME", "data"}},
-         "/home/u/.local/share/TESSELEX"},
+         {kUser, {"XDG_DATA_HOME", "data"}},
+         kPerUser},
+#endif
         {"TESSELEX_HOME over installed",
          "/usr/bin",
-         {{"HOME", "/home/u"}, {"TESSELEX_HOME", "/srv/t"}},
+         {kUser, {"TESSELEX_HOME", "/srv/t"}},
          "/srv/t"},
         {"TESSELEX_HOME over build tree", "/b/app", {{"TESSELEX_HOME", "/srv/t"}}, "/srv/t"},
         {"installed without any home", "/usr/bin", {}, "/usr/bin"},
-        {"another prefix is not installed",
-         "/usr/local/bin",
-         {{"HOME", "/home/u"}},
-         "/usr/local/bin"},
+        {"another prefix is not installed", "/usr/local/bin", {kUser}, "/usr/local/bin"},
     };
     for (const FolderCase& c : cases) {
         const auto lookup = [&c](const char* name) {

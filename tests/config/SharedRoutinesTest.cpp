@@ -3,8 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <system_error>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 #include "config/CodePage.h"
+#include "config/Platform.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 #include "tests/support/ScopedEnv.h"
@@ -81,9 +87,16 @@ TEST(Files, ReadWholeFileKeepsEveryByte) {
     }
 }
 
+// The variable naming the temporary folder: TMP comes first on Windows.
+#ifdef _WIN32
+constexpr const char* kTempVariable = "TMP";
+#else
+constexpr const char* kTempVariable = "TMPDIR";
+#endif
+
 TEST(Files, TempFileNameMakesNewEmptyFilesInTheTemporaryFolder) {
     TempDir dir;
-    const ScopedEnv tmp("TMPDIR", dir.Path().string());
+    const ScopedEnv tmp(kTempVariable, dir.Path().string());
     const auto first = TempFileName(u"XX");
     const auto second = TempFileName(u"XX");
     const auto odd = TempFileName(u"../x/");  // a prefix never leads out of the folder
@@ -95,7 +108,7 @@ TEST(Files, TempFileNameMakesNewEmptyFilesInTheTemporaryFolder) {
     }
     EXPECT_EQ(first.filename().string().rfind("XX", 0), 0u) << first;
 
-    const ScopedEnv gone("TMPDIR", (dir / "does-not-exist").string());
+    const ScopedEnv gone(kTempVariable, (dir / "does-not-exist").string());
     EXPECT_TRUE(TempFileName(u"XX").empty());
 }
 
@@ -142,17 +155,30 @@ TEST(IniFile, ReadsTheValueOfAKeyInItsSection) {
             << TextToUtf8(c.section) << " " << TextToUtf8(c.key);
     }
     EXPECT_EQ(ReadIniValue(dir / "none.ini", u"Preferences", u"HoldWorkFile"), u"");
+}
 
-    // A bare file name is looked up in the program folder.
-    std::u16string found;
-    {
-        const ScopedEnv home("TESSELEX_HOME", dir.Path().string());
-        found = ReadIniValue("cat.ini", u"Preferences", u"HoldWorkFile");
+TEST(IniFile, ABareFileNameIsLookedUpInTheWindowsFolder) {
+#ifdef _WIN32
+    // The real Windows folder; a test run without the right to write there has nothing to show.
+    const std::filesystem::path folder = WindowsFolder();
+    const std::string name = "tesselex-test-" + std::to_string(GetCurrentProcessId()) + ".ini";
+#else
+    // Elsewhere the program folder stands in for it.
+    const TempDir dir;
+    const std::filesystem::path folder = dir.Path();
+    const ScopedEnv home("TESSELEX_HOME", folder.string());
+    const std::string name = "cat.ini";
+#endif
+    std::error_code ec;
+    std::filesystem::remove(folder / name, ec);
+    EXPECT_EQ(ReadIniValue(name, u"Preferences", u"HoldWorkFile"), u"");
+    try {
+        WriteBytes(folder / name, "[Preferences]\r\nHoldWorkFile=C:\\Cat\\hold.mrc\r\n");
+    } catch (const std::exception&) {
+        GTEST_SKIP() << "cannot write in " << folder;
     }
-    EXPECT_EQ(found, u"C:\\Cat\\hold.mrc");
-    TempDir other;
-    const ScopedEnv elsewhere("TESSELEX_HOME", other.Path().string());
-    EXPECT_EQ(ReadIniValue("cat.ini", u"Preferences", u"HoldWorkFile"), u"");
+    EXPECT_EQ(ReadIniValue(name, u"Preferences", u"HoldWorkFile"), u"C:\\Cat\\hold.mrc");
+    std::filesystem::remove(folder / name, ec);
 }
 
 }  // namespace
