@@ -2,7 +2,9 @@
 // passive mode, the log-in kept open in the handle for the uploads.
 
 #include <algorithm>
+#include <chrono>
 #include <fstream>
+#include <string>
 
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
@@ -13,7 +15,7 @@ namespace tesselex {
 namespace {
 
 // Connect and reply waits of two minutes, as the uploads always had.
-constexpr DWORD kTimeoutMilliseconds = 120'000;
+constexpr long long kTimeoutMilliseconds = 120'000;
 constexpr std::size_t kBlockBytes = 65536;
 
 struct HostAndPort {
@@ -88,19 +90,66 @@ class FtpConnection {
   public:
     detail::InternetHandle Session;
     detail::InternetHandle Connection;
+    std::chrono::seconds Limit{kTransferLimit};
 };
 
+namespace {
+
+// The kind and words of a failed call: the server's own reply when it declined, the system's
+// words for the error otherwise.
+void Explain(FtpError* error, DWORD code) {
+    if (error == nullptr) {
+        return;
+    }
+    if (code == ERROR_INTERNET_EXTENDED_ERROR || code == ERROR_INTERNET_LOGIN_FAILURE ||
+        code == ERROR_FTP_DROPPED || code == ERROR_FTP_TRANSFER_IN_PROGRESS) {
+        error->Failure = NetFailure::Refused;
+    } else if (code == ERROR_INTERNET_TIMEOUT) {
+        error->Failure = NetFailure::TimedOut;
+    } else {
+        error->Failure = NetFailure::NoConnection;
+    }
+    std::u16string words;
+    DWORD serverCode = 0;
+    DWORD length = 0;
+    InternetGetLastResponseInfoW(&serverCode, nullptr, &length);
+    if (length > 0) {
+        std::wstring reply(length + 1, L'\0');
+        if (InternetGetLastResponseInfoW(&serverCode, reply.data(), &length)) {
+            reply.resize(length);
+            words = Trim(std::u16string(reply.begin(), reply.end()));
+        }
+    }
+    if (words.empty()) {
+        words = u"error " + FromAscii(std::to_string(code));
+    }
+    error->Reason = words;
+}
+
+void Explain(FtpError* error, NetFailure failure, std::u16string reason) {
+    if (error != nullptr) {
+        *error = FtpError{failure, std::move(reason)};
+    }
+}
+
+}  // namespace
+
 FtpHandle FtpConnect(std::u16string_view server, std::u16string_view user,
-                     std::u16string_view password) {
+                     std::u16string_view password, FtpError* error, std::chrono::seconds limit) {
+    Explain(error, NetFailure::None, {});
     try {
         HostAndPort address;
         if (!SplitServer(server, address)) {
+            Explain(error, NetFailure::NoConnection, u"no server");
             return nullptr;
         }
         auto connection = std::make_shared<FtpConnection>();
-        connection->Session =
-            detail::NewInternetSession(kTimeoutMilliseconds, kTimeoutMilliseconds);
+        connection->Limit = limit;
+        const auto wait = static_cast<DWORD>(
+            std::min<long long>(kTimeoutMilliseconds, std::chrono::milliseconds(limit).count()));
+        connection->Session = detail::NewInternetSession(wait, wait);
         if (!connection->Session) {
+            Explain(error, GetLastError());
             return nullptr;
         }
         const std::u16string userText(user);
@@ -109,21 +158,34 @@ FtpHandle FtpConnect(std::u16string_view server, std::u16string_view user,
             InternetConnectW(connection->Session.get(), detail::Wide(address.Host), address.Port,
                              detail::Wide(userText), detail::Wide(passwordText),
                              INTERNET_SERVICE_FTP, INTERNET_FLAG_PASSIVE, 0));
-        return connection->Connection ? connection : nullptr;
-    } catch (const std::exception&) {
+        if (!connection->Connection) {
+            Explain(error, GetLastError());
+            return nullptr;
+        }
+        return connection;
+    } catch (const std::exception& failure) {
+        Explain(error, NetFailure::NoConnection, AnsiToText(failure.what()));
         return nullptr;
     }
 }
 
 bool FtpSend(const FtpHandle& handle, std::u16string_view remote,
-             const std::filesystem::path& local, bool ascii) {
-    if (!handle || !handle->Connection || remote.empty()) {
+             const std::filesystem::path& local, bool ascii, FtpError* error) {
+    Explain(error, NetFailure::None, {});
+    if (!handle || !handle->Connection) {
+        Explain(error, NetFailure::NoConnection, u"not connected");
+        return false;
+    }
+    if (remote.empty()) {
+        Explain(error, NetFailure::Refused, u"no remote name");
         return false;
     }
     try {
+        const auto deadline = std::chrono::steady_clock::now() + handle->Limit;
         std::error_code ec;
         std::string bytes;
         if (!std::filesystem::is_regular_file(local, ec) || !UploadBytes(local, ascii, bytes)) {
+            Explain(error, NetFailure::Refused, u"local file cannot be read: " + local.u16string());
             return false;
         }
         const std::u16string name(remote);
@@ -133,21 +195,32 @@ bool FtpSend(const FtpHandle& handle, std::u16string_view remote,
             (ascii ? FTP_TRANSFER_TYPE_ASCII : FTP_TRANSFER_TYPE_BINARY) | INTERNET_FLAG_RELOAD,
             0));
         if (!file) {
+            Explain(error, GetLastError());
             return false;
         }
         std::size_t sent = 0;
         while (sent < bytes.size()) {
+            if (std::chrono::steady_clock::now() >= deadline) {
+                Explain(error, NetFailure::TimedOut, u"the upload took too long");
+                return false;
+            }
             const auto block = static_cast<DWORD>(std::min(kBlockBytes, bytes.size() - sent));
             DWORD written = 0;
             if (!InternetWriteFile(file.get(), bytes.data() + sent, block, &written) ||
                 written == 0) {
+                Explain(error, GetLastError());
                 return false;
             }
             sent += written;
         }
         // Closing ends the transfer; the server's answer to it tells whether the file arrived.
-        return InternetCloseHandle(file.release()) != FALSE;
-    } catch (const std::exception&) {
+        if (InternetCloseHandle(file.release()) == FALSE) {
+            Explain(error, GetLastError());
+            return false;
+        }
+        return true;
+    } catch (const std::exception& failure) {
+        Explain(error, NetFailure::NoConnection, AnsiToText(failure.what()));
         return false;
     }
 }
