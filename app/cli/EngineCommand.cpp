@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <iostream>
 #include <optional>
 #include <thread>
@@ -12,27 +11,11 @@
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "app/engine/WatchLock.h"
+#include "config/StopRequest.h"
 #include "config/Utf.h"
 
 namespace tesselex::cli {
 namespace {
-
-volatile std::sig_atomic_t stopRequested = 0;
-
-extern "C" void RequestStop(int) {
-    stopRequested = 1;
-}
-
-// SIGINT and SIGTERM only raise a flag: the watch loop ends between polls, never inside a
-// delivery. SA_RESTART keeps a running transfer from failing on the interruption.
-void InstallStopHandlers() {
-    struct sigaction action = {};
-    action.sa_handler = RequestStop;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-}
 
 // Status lines go to stdout as the window lists them; counts the errors among them.
 class StatusPrinter {
@@ -68,7 +51,8 @@ int Watch(const std::vector<std::string>& args) {
     Settings settings;
     ExportEngine engine(settings);
     StatusPrinter printer(engine);
-    InstallStopHandlers();
+    // Ctrl+C, SIGTERM (or the console's Ctrl+Break) end the loop between polls.
+    InstallStopHandler();
     engine.LoadConfig();
     const std::filesystem::path workfile = TextToPath(engine.Form().TxtFile.Text);
     // No workfile, nothing polled: nothing to share.
@@ -84,14 +68,14 @@ int Watch(const std::vector<std::string>& args) {
     }
     std::cerr << "tesselex-cli: watching '" << TextToUtf8(engine.Form().TxtFile.Text) << "'"
               << (once ? " once" : " every second (Ctrl+C ends)") << '\n';
-    while (stopRequested == 0) {
+    while (!StopRequested()) {
         if (engine.Form().Timer1.Enabled) {
             engine.Timer1_Timer();
         }
         if (once) {
             break;
         }
-        for (int tick = 0; tick < 10 && stopRequested == 0; ++tick) {
+        for (int tick = 0; tick < 10 && !StopRequested(); ++tick) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
     }

@@ -1,15 +1,31 @@
 #include "app/cli/Progress.h"
 
+#ifdef _WIN32
+#include <io.h>
+#else
 #include <unistd.h>
+#endif
 
 #include <cstdio>
 
 namespace tesselex::cli {
+namespace {
+
+// Progress is drawn only for a person watching, never into a log or a pipe.
+bool ErrorsGoToATerminal() {
+#ifdef _WIN32
+    return _isatty(_fileno(stderr)) != 0;
+#else
+    return isatty(STDERR_FILENO) == 1;
+#endif
+}
+
+}  // namespace
 
 Progress::Progress(std::string verb, std::uint64_t totalBytes)
     : verb_(std::move(verb)),
       totalBytes_(totalBytes),
-      enabled_(isatty(STDERR_FILENO) == 1 && (totalBytes == 0 || totalBytes >= Threshold)),
+      enabled_(ErrorsGoToATerminal() && (totalBytes == 0 || totalBytes >= Threshold)),
       last_(std::chrono::steady_clock::now()) {}
 
 Progress::~Progress() {

@@ -1,10 +1,11 @@
 #pragma once
-// SIGTERM and SIGINT as a Qt signal on the window's thread: the handler only writes a byte to
-// a socket pair; the event loop reads it and asks the program to end cleanly.
+// A stop request from outside (SIGTERM or SIGINT; the console's control events on Windows) as a
+// Qt signal on the window's thread. The handler only notes the request; a light timer looks for
+// it, so nothing but a flag is touched inside the handler on any platform.
 
 #include <QObject>
 
-class QSocketNotifier;
+class QTimer;
 
 namespace tesselex::gui {
 
@@ -19,7 +20,7 @@ class StopSignals : public QObject {
     void stopRequested();
 
   private:
-    QSocketNotifier* notifier_ = nullptr;
+    QTimer* timer_ = nullptr;
 };
 
 }  // namespace tesselex::gui
