@@ -38,11 +38,33 @@ QString FullKey(const QString& key) {
     return Group() + QLatin1Char('/') + key;
 }
 
+#ifdef Q_OS_WIN
+constexpr bool kWindows = true;
+#else
+constexpr bool kWindows = false;
+#endif
+
+std::unique_ptr<QSettings> OpenNativeSettings(std::u16string_view application) {
+    const std::u16string key = NativeSettingsKey(application, kWindows);
+    if (!key.empty()) {
+        return std::make_unique<QSettings>(ToQString(std::u16string_view(key)),
+                                           QSettings::NativeFormat);
+    }
+    const QString name = ToQString(application);
+    return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, name, name);
+}
+
 }  // namespace
 
-Settings::Settings()
-    : store_(std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
-                                         QStringLiteral("TESSELEX"), QStringLiteral("TESSELEX"))) {
+std::u16string NativeSettingsKey(std::u16string_view application, bool windows) {
+    if (!windows) {
+        return {};
+    }
+    return u"HKEY_CURRENT_USER\\Software\\VB and VBA Program Settings\\" +
+           std::u16string(application);
+}
+
+Settings::Settings() : store_(OpenNativeSettings(u"TESSELEX")) {
 #ifndef Q_OS_WIN
     file_ = TextToPath(ToText(store_->fileName()));
 #endif
@@ -114,9 +136,8 @@ std::vector<std::pair<std::u16string, std::u16string>> Settings::StoredSettings(
 }
 
 std::u16string VoyagerHoldWorkFile(std::u16string_view fallback) {
-    QSettings voyager(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("VoyagerCat"),
-                      QStringLiteral("VoyagerCat"));
-    const QVariant value = voyager.value(QStringLiteral("Preferences/HoldWorkFile"));
+    const QVariant value =
+        OpenNativeSettings(u"VoyagerCat")->value(QStringLiteral("Preferences/HoldWorkFile"));
     if (!value.isValid()) {
         return std::u16string(fallback);
     }

@@ -19,8 +19,8 @@ namespace tesselex {
 
 class Settings {
   public:
-    // The user's own settings store (registry on Windows, a file under XDG_CONFIG_HOME
-    // elsewhere).
+    // The user's own settings store (the registry key NativeSettingsKey names on Windows, a
+    // file under XDG_CONFIG_HOME elsewhere).
     Settings();
     // A settings file of its own, for tests and for trying things out.
     explicit Settings(const std::filesystem::path& iniFile);
@@ -47,6 +47,13 @@ class Settings {
     std::unique_ptr<QSettings> store_;
     std::filesystem::path file_;  // empty when the store is not a file (the registry)
 };
+
+// Where an application's per-user settings live in the platform's own store. On Windows that
+// is the registry key the old program's runtime wrote its settings under, so an upgrading
+// cataloguer keeps every setting: HKEY_CURRENT_USER\Software\VB and VBA Program
+// Settings\<application>, with one subkey per section ("Settings", "Preferences"). Elsewhere
+// it is "": QSettings's own per-user file for that application.
+std::u16string NativeSettingsKey(std::u16string_view application, bool windows);
 
 // The cataloguing client's own per-user value naming its holdings workfile (read only);
 // `fallback` when it is not set.

@@ -47,5 +47,15 @@ TEST(Settings, VoyagerWorkfileComesFromTheClientsOwnSettings) {
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, userDefault);
 }
 
+// An upgrading cataloguer on Windows keeps the settings the old program wrote; elsewhere the
+// store is QSettings's own file.
+TEST(Settings, NativeStoreIsWhereTheOldProgramKeptItsSettingsOnWindows) {
+    EXPECT_EQ(NativeSettingsKey(u"TESSELEX", true),
+              u"HKEY_CURRENT_USER\\Software\\VB and VBA Program Settings\\TESSELEX");
+    EXPECT_EQ(NativeSettingsKey(u"VoyagerCat", true),
+              u"HKEY_CURRENT_USER\\Software\\VB and VBA Program Settings\\VoyagerCat");
+    EXPECT_EQ(NativeSettingsKey(u"TESSELEX", false), u"");
+}
+
 }  // namespace
 }  // namespace tesselex
