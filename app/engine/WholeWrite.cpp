@@ -2,7 +2,9 @@
 
 #include "app/engine/WholeWrite.h"
 
+#ifndef _WIN32
 #include <locale.h>
+#endif
 #include <clocale>
 #include <cstring>
 
@@ -15,6 +17,14 @@ namespace {
 
 std::string LastError() {
     return SystemReason(errno);
+}
+
+std::FILE* OpenFile(const std::filesystem::path& path, bool append) {
+#ifdef _WIN32
+    return _wfopen(path.c_str(), append ? L"ab" : L"wb");
+#else
+    return std::fopen(path.c_str(), append ? "ab" : "wb");
+#endif
 }
 
 // Writes and closes; the system's reason on failure, "" on success.
@@ -34,6 +44,12 @@ std::string WriteAll(std::FILE* out, const std::string& bytes) {
 }  // namespace
 
 std::string SystemReason(int error) {
+#ifdef _WIN32
+    // The C runtime's texts are English whatever the system's language.
+    char text[256] = {};
+    return strerror_s(text, sizeof text, error) == 0 ? std::string(text)
+                                                     : std::generic_category().message(error);
+#else
     const locale_t c = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
     if (c == static_cast<locale_t>(nullptr)) {
         return std::generic_category().message(error);
@@ -41,6 +57,7 @@ std::string SystemReason(int error) {
     std::string reason = strerror_l(error, c);
     freelocale(c);
     return reason;
+#endif
 }
 
 // An append that fails is cut back, so the file holds exactly what it held before.
@@ -51,7 +68,7 @@ std::string AppendToFile(const std::filesystem::path& file, const std::string& b
     if (ec) {
         return SystemReason(ec.value());
     }
-    std::string reason = WriteAll(std::fopen(file.c_str(), "ab"), bytes);
+    std::string reason = WriteAll(OpenFile(file, true), bytes);
     if (!reason.empty()) {
         if (existed) {
             std::filesystem::resize_file(file, before, ec);
@@ -68,7 +85,7 @@ std::string ReplaceFile(const std::filesystem::path& file, const std::string& by
                         const std::filesystem::path& backup) {
     std::filesystem::path beside = file;
     beside += ".part";
-    std::string reason = WriteAll(std::fopen(beside.c_str(), "wb"), bytes);
+    std::string reason = WriteAll(OpenFile(beside, false), bytes);
     std::error_code ec;
     if (reason.empty() && !backup.empty() && std::filesystem::exists(file, ec)) {
         // The old file is replaced only once it is safe in the backup.
