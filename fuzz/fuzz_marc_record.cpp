@@ -57,9 +57,9 @@ bool RoundTripHolds(const MarcObject& record, int encoding) {
         if (encoding == 3 && text.find(u'\0') != std::u16string::npos) {
             return false;
         }
-        const bool delimited = field->Value().find(u'\x1f') != std::u16string::npos;
-        if (tag > 8 && !delimited &&
-            field->Value().find_first_not_of(u' ') != std::u16string::npos) {
+        // Import decides by the whole text: a delimiter among the indicators counts too.
+        const bool delimited = text.find(u'\x1f') != std::u16string::npos;
+        if (tag > 8 && !delimited && text.find_first_not_of(u' ') != std::u16string::npos) {
             return false;
         }
         if (tag > 0 && tag <= 8 && delimited) {
