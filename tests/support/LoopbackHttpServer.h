@@ -4,6 +4,8 @@
 // ones (Get(path, Handler)) may be added or replaced at any time, also while requests are
 // served; a path without a reply answers 404 with an empty body. Bodies are bytes, sent
 // unchanged. Requests() lists every request seen, in order, with path, query and headers.
+// Served by cpp-httplib, or on Windows by a small Winsock server of its own (Debian's
+// cpp-httplib is built for the host only): one request per connection there.
 
 #include <atomic>
 #include <chrono>
@@ -12,12 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
-
-namespace httplib {
-class Server;
-}
 
 namespace tesselex::test {
 
@@ -72,8 +69,13 @@ class LoopbackHttpServer {
     void Stop();
 
   private:
-    std::unique_ptr<httplib::Server> server_;
-    std::thread thread_;
+    // Records the request and gives the reply of its path (404 without one).
+    Reply Answer(const Request& request);
+    // Sleeps in short naps; false as soon as the server is stopping.
+    bool Pause(std::chrono::milliseconds pause) const;
+
+    struct Listener;  // the serving machinery, one kind per platform
+    std::unique_ptr<Listener> listener_;
     int port_ = 0;
     std::atomic<bool> stopping_{false};
     mutable std::mutex mutex_;
