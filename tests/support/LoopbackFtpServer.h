@@ -1,17 +1,19 @@
 #pragma once
-// A real FTP server on 127.0.0.1 for tests: pyftpdlib run by the system Python (TESSELEX_PYTHON)
-// on a port chosen by the system, with one user whose home is a fresh temporary folder. The
-// constructor returns once the server accepts connections; the destructor kills the process
-// and removes the folder. Connect with FtpConnect(ServerText(), UserText(), PasswordText());
-// what the server stored lies under Root(). The user may read, write, create folders, rename and
-// delete under the root. A second user, "reader" with the same password, may only read. An
-// upload whose name begins with "cut" has its connection closed by the server. A failed login is answered at once (the usual anti-guessing delay is off)
-// so failure tests stay quick. The server is also killed when the thread that started it ends, so
-// start it from the test's own thread (a fixture member or a local), not from a short-lived helper
-// thread.
+// A real FTP server on 127.0.0.1 for tests: pyftpdlib run by the system Python (TESSELEX_PYTHON,
+// the script LoopbackFtpServer.py) on a port chosen by the system, with one user whose home is a
+// fresh temporary folder. The constructor returns once the server accepts connections; the
+// destructor ends the process and removes the folder. Connect with
+// FtpConnect(ServerText(), UserText(), PasswordText()); what the server stored lies under Root().
+// The user may read, write, create folders, rename and delete under the root. A second user,
+// "reader" with the same password, may only read. An upload whose name begins with "cut" has its
+// connection closed by the server. A failed login is answered at once (the usual anti-guessing
+// delay is off) so failure tests stay quick. The server also ends with the test process; on Linux
+// already when the thread that started it ends, so start it from the test's own thread (a fixture
+// member or a local), not from a short-lived helper thread. On Windows the Linux Python is started
+// through Wine, so there the server runs under Wine only.
 
-#include <sys/types.h>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include "tests/support/TempDir.h"
@@ -20,7 +22,8 @@ namespace tesselex::test {
 
 class LoopbackFtpServer {
   public:
-    // Throws std::runtime_error when the server cannot be started (no Python, no pyftpdlib).
+    // Throws std::runtime_error when the server cannot be started (no Python, no pyftpdlib, no
+    // Wine).
     explicit LoopbackFtpServer(std::string user = "tester", std::string password = "secret");
     ~LoopbackFtpServer();
     LoopbackFtpServer(const LoopbackFtpServer&) = delete;
@@ -37,14 +40,16 @@ class LoopbackFtpServer {
     // The user's home folder on the server, a temporary folder of this machine.
     const std::filesystem::path& Root() const { return root_.Path(); }
 
-    // Kills the server now (the destructor does it too); connections are refused afterwards.
+    // Ends the server now (the destructor does it too): its connections are closed when this
+    // returns, and new ones refused.
     void Stop();
 
   private:
+    struct Process;  // the running server, one kind per platform
     std::string user_;
     std::string password_;
     TempDir root_;
-    pid_t pid_ = -1;
+    std::unique_ptr<Process> process_;
     int port_ = 0;
 };
 

@@ -1,0 +1,198 @@
+// Starts the loopback FTP server from a Windows test process under Wine, which runs the Linux
+// Python when asked for a Unix program (there is no Windows Python on the machines that test).
+// Wine hands such a program no process handle, and a Windows pipe has no Unix end it could use;
+// a loopback socket has one. One end of a connected pair becomes the server's standard input and
+// output: its first line is the port, and shutting down this end ends it. A test process that
+// dies closes the socket too.
+
+#include <winsock2.h>
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+#include "tests/support/LoopbackFtpServer.h"
+
+namespace tesselex::test {
+namespace {
+
+// Wine's own kernel32 exports, absent on Windows proper: Unix and Windows file names converted,
+// the result allocated on the process heap.
+using ToUnixName = char* (*)(const wchar_t*);
+using ToWindowsName = wchar_t* (*)(const char*);
+
+template <typename Function>
+Function WineExport(const char* name) {
+    const auto address = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name);
+    if (address == nullptr) {
+        throw std::runtime_error("loopback FTP server: needs Wine to run the system's Python");
+    }
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(address));
+}
+
+std::string UnixName(const std::filesystem::path& path) {
+    char* name = WineExport<ToUnixName>("wine_get_unix_file_name")(path.c_str());
+    if (name == nullptr) {
+        throw std::runtime_error("loopback FTP server: no Unix name for " + path.string());
+    }
+    std::string unixName(name);
+    HeapFree(GetProcessHeap(), 0, name);
+    return unixName;
+}
+
+std::wstring WindowsName(const std::string& unixName) {
+    wchar_t* name = WineExport<ToWindowsName>("wine_get_dos_file_name")(unixName.c_str());
+    if (name == nullptr) {
+        throw std::runtime_error("loopback FTP server: no Windows name for " + unixName);
+    }
+    std::wstring windows(name);
+    HeapFree(GetProcessHeap(), 0, name);
+    return windows;
+}
+
+// One argument of a command line, as the Windows rules split it again (backslashes count only
+// before a quote).
+std::wstring Quoted(std::string_view argument) {
+    std::wstring out = L"\"";
+    std::size_t backslashes = 0;
+    for (const char ch : argument) {
+        if (ch == '\\') {
+            ++backslashes;
+        } else {
+            if (ch == '"') {
+                out.append(backslashes + 1, L'\\');  // the backslashes doubled, the quote escaped
+            }
+            backslashes = 0;
+        }
+        out += static_cast<wchar_t>(static_cast<unsigned char>(ch));
+    }
+    out.append(backslashes, L'\\');  // doubled before the closing quote
+    return out + L"\"";
+}
+
+// A connected pair of loopback sockets; false when none can be made.
+bool SocketPair(SOCKET (&pair)[2]) {
+    pair[0] = pair[1] = INVALID_SOCKET;
+    const SOCKET listening = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    int length = sizeof address;
+    if (listening != INVALID_SOCKET &&
+        bind(listening, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        listen(listening, 1) == 0 &&
+        getsockname(listening, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+        pair[0] = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+        if (connect(pair[0], reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+            pair[1] = accept(listening, nullptr, nullptr);
+        }
+    }
+    closesocket(listening);
+    if (pair[1] == INVALID_SOCKET) {
+        closesocket(pair[0]);
+        return false;
+    }
+    return true;
+}
+
+// Reads from the socket until a line end, the end of the stream or `timeoutMs` without a byte.
+std::string ReadLine(SOCKET socket, int timeoutMs) {
+    std::string line;
+    char buffer[64];
+    while (line.find('\n') == std::string::npos) {
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(socket, &readable);
+        timeval wait{timeoutMs / 1000, (timeoutMs % 1000) * 1000};
+        if (select(0, &readable, nullptr, nullptr, &wait) <= 0) {
+            break;
+        }
+        const int got = recv(socket, buffer, sizeof buffer, 0);
+        if (got <= 0) {
+            break;
+        }
+        line.append(buffer, static_cast<std::size_t>(got));
+    }
+    return line;
+}
+
+}  // namespace
+
+struct LoopbackFtpServer::Process {
+    SOCKET control = INVALID_SOCKET;  // this end of the server's standard input and output
+};
+
+LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
+    : user_(std::move(user)),
+      password_(std::move(password)),
+      process_(std::make_unique<Process>()) {
+    WSADATA data;
+    if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
+        throw std::runtime_error("loopback FTP server: no sockets");
+    }
+    SOCKET pair[2];
+    if (!SocketPair(pair)) {
+        WSACleanup();
+        throw std::runtime_error("loopback FTP server: no socket pair");
+    }
+    process_->control = pair[0];
+    const std::string python = TESSELEX_PYTHON;
+    try {
+        std::wstring commandLine = Quoted(python);
+        for (const std::string& argument :
+             {std::string(TESSELEX_FTP_SERVER_SCRIPT), user_, password_, UnixName(Root())}) {
+            commandLine += L" " + Quoted(argument);
+        }
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdInput = startup.hStdOutput = reinterpret_cast<HANDLE>(pair[1]);
+        startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+        SetHandleInformation(startup.hStdInput, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+        PROCESS_INFORMATION started{};
+        const bool ok = CreateProcessW(WindowsName(python).c_str(), commandLine.data(), nullptr,
+                                       nullptr, TRUE, 0, nullptr, nullptr, &startup, &started);
+        closesocket(pair[1]);
+        pair[1] = INVALID_SOCKET;
+        if (ok) {
+            // Null for a Unix program; closed in case a Windows one ever answers.
+            if (started.hProcess != nullptr) {
+                CloseHandle(started.hProcess);
+            }
+            if (started.hThread != nullptr) {
+                CloseHandle(started.hThread);
+            }
+            port_ = std::atoi(ReadLine(process_->control, 30000).c_str());
+        }
+    } catch (const std::exception&) {
+        closesocket(pair[1]);
+        Stop();
+        throw;
+    }
+    // The server listens before it prints its port, so a port read means it is up.
+    if (port_ <= 0) {
+        Stop();
+        throw std::runtime_error("loopback FTP server did not start (" + python +
+                                 " with pyftpdlib is needed, run through Wine)");
+    }
+}
+
+LoopbackFtpServer::~LoopbackFtpServer() {
+    Stop();
+}
+
+void LoopbackFtpServer::Stop() {
+    if (process_->control == INVALID_SOCKET) {
+        return;
+    }
+    // The server closes every connection on the end of its input, then exits: the end of its
+    // output says it has gone.
+    shutdown(process_->control, SD_SEND);
+    while (!ReadLine(process_->control, 10000).empty()) {
+    }
+    closesocket(process_->control);
+    process_->control = INVALID_SOCKET;
+    WSACleanup();
+}
+
+}  // namespace tesselex::test
