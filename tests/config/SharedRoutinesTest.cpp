@@ -87,16 +87,9 @@ TEST(Files, ReadWholeFileKeepsEveryByte) {
     }
 }
 
-// The variable naming the temporary folder: TMP comes first on Windows.
-#ifdef _WIN32
-constexpr const char* kTempVariable = "TMP";
-#else
-constexpr const char* kTempVariable = "TMPDIR";
-#endif
-
 TEST(Files, TempFileNameMakesNewEmptyFilesInTheTemporaryFolder) {
     TempDir dir;
-    const ScopedEnv tmp(kTempVariable, dir.Path().string());
+    const ScopedEnv tmp(test::kTempFolderVariable, dir.Path().string());
     const auto first = TempFileName(u"XX");
     const auto second = TempFileName(u"XX");
     const auto odd = TempFileName(u"../x/");  // a prefix never leads out of the folder
@@ -108,7 +101,7 @@ TEST(Files, TempFileNameMakesNewEmptyFilesInTheTemporaryFolder) {
     }
     EXPECT_EQ(first.filename().string().rfind("XX", 0), 0u) << first;
 
-    const ScopedEnv gone(kTempVariable, (dir / "does-not-exist").string());
+    const ScopedEnv gone(test::kTempFolderVariable, (dir / "does-not-exist").string());
     EXPECT_TRUE(TempFileName(u"XX").empty());
 }
 
