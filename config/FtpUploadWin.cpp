@@ -96,13 +96,13 @@ class FtpConnection {
 namespace {
 
 // The kind and words of a failed call: the server's own reply when it declined, the system's
-// words for the error otherwise.
+// words for the error otherwise. Only a reply declines; a session dropped or a connection closed
+// before the reply (Wine reports that as a transfer in progress) is no connection.
 void Explain(FtpError* error, DWORD code) {
     if (error == nullptr) {
         return;
     }
-    if (code == ERROR_INTERNET_EXTENDED_ERROR || code == ERROR_INTERNET_LOGIN_FAILURE ||
-        code == ERROR_FTP_DROPPED || code == ERROR_FTP_TRANSFER_IN_PROGRESS) {
+    if (code == ERROR_INTERNET_EXTENDED_ERROR || code == ERROR_INTERNET_LOGIN_FAILURE) {
         error->Failure = NetFailure::Refused;
     } else if (code == ERROR_INTERNET_TIMEOUT) {
         error->Failure = NetFailure::TimedOut;
