@@ -2,11 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <string>
 
@@ -130,7 +125,7 @@ TEST_F(FtpUpload, FailuresSayWhy) {
         SCOPED_TRACE(c.What);
         FtpError error;
         EXPECT_FALSE(FtpSend(*c.Handle, c.Remote, local_ / "x.mrc", false, &error));
-        EXPECT_EQ(error.Failure, c.Failure);
+        EXPECT_EQ(error.Failure, c.Failure) << TextToUtf8(error.Reason);
         EXPECT_FALSE(error.Reason.empty());
         EXPECT_FALSE(std::filesystem::exists(server_.Root() / "in/x.mrc"));
         EXPECT_EQ(ReadBytes(local_ / "x.mrc"), "data");
@@ -140,18 +135,10 @@ TEST_F(FtpUpload, FailuresSayWhy) {
     EXPECT_EQ(error.Failure, NetFailure::Refused);
 
     // A server that accepts the connection but never says a word: the overall limit ends it.
-    const int silent = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr*>(&address), length), 0);
-    ASSERT_EQ(listen(silent, 1), 0);
-    getsockname(silent, reinterpret_cast<sockaddr*>(&address), &length);
-    const std::u16string mute = FromAscii("127.0.0.1:" + std::to_string(ntohs(address.sin_port)));
+    const test::SilentLoopbackPort silent;
+    const std::u16string mute = FromAscii("127.0.0.1:" + std::to_string(silent.Port()));
     EXPECT_FALSE(FtpConnect(mute, u"a", u"b", &error, 1s));
     EXPECT_EQ(error.Failure, NetFailure::TimedOut);
-    close(silent);
 }
 
 }  // namespace

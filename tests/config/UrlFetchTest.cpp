@@ -64,7 +64,7 @@ class UrlFetch : public ::testing::Test {
 
     LoopbackHttpServer server_;
     test::TempDir tmp_;
-    test::ScopedEnv tmpEnv_{"TMPDIR", tmp_.Path().string()};
+    test::ScopedEnv tmpEnv_{test::kTempFolderVariable, tmp_.Path().string()};
 };
 
 TEST_F(UrlFetch, RepliesArriveByteForByteInChunks) {
