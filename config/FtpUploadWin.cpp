@@ -121,7 +121,7 @@ void Explain(FtpError* error, DWORD code) {
         }
     }
     if (words.empty()) {
-        words = u"error " + FromAscii(std::to_string(code));
+        words = detail::InternetErrorWords(code);
     }
     error->Reason = words;
 }

@@ -23,23 +23,6 @@ DWORD Milliseconds(std::chrono::seconds limit) {
     return static_cast<DWORD>(std::chrono::milliseconds(limit).count());
 }
 
-// The system's words for an Internet function's error code.
-std::u16string ErrorWords(DWORD code) {
-    wchar_t* text = nullptr;
-    const DWORD length = FormatMessageW(
-        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_FROM_SYSTEM |
-            FORMAT_MESSAGE_IGNORE_INSERTS,
-        GetModuleHandleW(L"wininet.dll"), code, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
-    std::u16string words;
-    if (length > 0 && text != nullptr) {
-        words.assign(reinterpret_cast<const char16_t*>(text), length);
-        LocalFree(text);
-    }
-    words = Trim(words);
-    const std::u16string number = FromAscii(std::to_string(code));
-    return words.empty() ? u"error " + number : words + u" (" + number + u")";
-}
-
 }  // namespace
 
 struct UrlRequest::Transfer {
@@ -67,7 +50,7 @@ int UrlRequest::Status() const {
 }
 
 std::u16string UrlRequest::Reason() const {
-    return ErrorWords(transfer_->error);
+    return detail::InternetErrorWords(transfer_->error);
 }
 
 bool UrlRequest::Start(std::u16string_view address, std::chrono::seconds limit) {

@@ -32,6 +32,10 @@ inline InternetHandle NewInternetSession(DWORD connectMs, DWORD receiveMs) {
     return session;
 }
 
+// The system's words for an Internet function's error code, with the number: "The operation
+// timed out (12002)", or "error 12002" when the system has none.
+std::u16string InternetErrorWords(DWORD code);
+
 inline const wchar_t* Wide(const std::u16string& text) {
     return reinterpret_cast<const wchar_t*>(text.c_str());
 }

@@ -10,9 +10,7 @@
 #include "charset/PageOutput.h"
 #include "config/Error.h"
 #include "config/Utf.h"
-#ifndef _WIN32
 #include "tests/support/LoopbackHttpServer.h"
-#endif
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
 
@@ -123,7 +121,6 @@ TEST(MapLoadTest, LoadsFilesAndAddresses) {
         EXPECT_EQ(map.CharacterCount(), 1) << missing;
     }
 
-#ifndef _WIN32  // no loopback HTTP server in the Windows cross build yet (see tests/support)
     test::LoopbackHttpServer server;
     server.Get("/maps/latin.txt", {200, "41=&H00C5\r\n42=&H00C4\r\n", "text/plain"});
     map.Load(server.UrlText("/maps/latin.txt"));
@@ -132,7 +129,6 @@ TEST(MapLoadTest, LoadsFilesAndAddresses) {
     EXPECT_EQ(server.RequestCount(), 1u);
     map.Load(server.UrlText("/maps/missing.txt"));
     EXPECT_EQ(map.CharacterCount(), 1);
-#endif
 }
 
 // Records every call as one line of text, with the font in use and the page.
