@@ -10,31 +10,21 @@
 #include <string_view>
 #include <thread>
 
+#include "config/Strings.h"
 #include "tests/support/LoopbackHttpServer.h"
 
 namespace tesselex::test {
 namespace {
 
-int HexDigit(char ch) {
-    if (ch >= '0' && ch <= '9') {
-        return ch - '0';
-    }
-    if (ch >= 'a' && ch <= 'f') {
-        return ch - 'a' + 10;
-    }
-    if (ch >= 'A' && ch <= 'F') {
-        return ch - 'A' + 10;
-    }
-    return -1;
-}
-
 // %XX escapes decoded; in a query "+" is a blank too.
 std::string Decode(std::string_view text, bool plusIsBlank) {
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 &&
-            HexDigit(text[i + 2]) >= 0) {
-            out += static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]));
+        const int high =
+            i + 2 < text.size() ? HexDigitValue(static_cast<unsigned char>(text[i + 1])) : -1;
+        const int low = high >= 0 ? HexDigitValue(static_cast<unsigned char>(text[i + 2])) : -1;
+        if (text[i] == '%' && low >= 0) {
+            out += static_cast<char>(high * 16 + low);
             i += 2;
         } else {
             out += plusIsBlank && text[i] == '+' ? ' ' : text[i];
