@@ -121,20 +121,29 @@ TEST_F(MarcObjectTest, FieldKindIsDecidedByTagAndContent) {
                                     u"bold delimiter"},
                        {u"001", u"ab"},
                        {u"500", u" " + SF},
-                       {u"020", u""},
-                       {u"003", u" " + SF + u"a2"}}));
+                       {u"020", u""}}));
     EXPECT_EQ(F(7)->FixedLength(), 2) << "even a 2-character 007 is kept";
     EXPECT_EQ(F(9, 1)->Value(), u"plain");
     EXPECT_EQ(F(9, 2)->Subfields()->Count(), 1);
     EXPECT_EQ(Sub(5, u'b'), u"old delimiter") << "character 19 is read as the delimiter";
-    EXPECT_EQ(record.FieldCount(), 6) << "entries of 2 characters or fewer are dropped";
-    EXPECT_EQ(F(3)->Indicator(2) + F(3)->Value(), SF + u"a2") << "a delimiter makes indicators";
-    // Only tags up to 8 are written as bare values: 009 gets its indicators in front, 003
-    // loses the ones it was read with (and, down to 2 characters, is dropped by the next
-    // import).
+    EXPECT_EQ(record.FieldCount(), 5) << "entries of 2 characters or fewer are dropped";
+    // Only tags up to 8 are written as bare values: 009 gets its indicators in front.
+    EXPECT_NE(record.Export(2, 0).find(FT + u"  plain" + FT), std::u16string::npos);
+}
+
+// Found by fuzzing the round trip: a control field whose text holds a delimiter (here in its
+// second indicator) is read as a data field, written back bare without its indicators, and a
+// value left with 2 characters is then dropped by the next import. The round trip is not
+// stable there by rule.
+TEST_F(MarcObjectTest, ControlFieldReadWithADelimiterIsWrittenBareAndThenDropped) {
+    record.Import(Iso({{u"003", u" " + SF + u"a2"}, {u"245", Title}}));
+    EXPECT_EQ(F(3)->Indicator(2) + F(3)->Value(), SF + u"a2");
     const std::u16string exported = record.Export(2, 0);
-    EXPECT_NE(exported.find(FT + u"  plain" + FT), std::u16string::npos);
     EXPECT_NE(exported.find(FT + u"a2" + FT), std::u16string::npos);
+    MarcObject again;
+    again.Import(exported);
+    EXPECT_EQ(again.FieldCount(), 2) << "leader and 245 only";
+    EXPECT_EQ(again.Export(2, 0), Iso({{u"245", Title}}));
 }
 
 TEST_F(MarcObjectTest, BackslashIsHeldAsCharacter20AndRestoredOnExport) {
