@@ -45,6 +45,10 @@ class LoopbackFtpServer {
     void Stop();
 
   private:
+    // Takes the port from the server's first line of output; a server that gave none is
+    // stopped, and the start fails.
+    void TakePort(const std::string& firstLine);
+
     struct Process;  // the running server, one kind per platform
     std::string user_;
     std::string password_;

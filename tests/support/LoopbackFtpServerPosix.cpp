@@ -78,17 +78,7 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
     close(output[1]);
     const std::string line = process_->pid > 0 ? ReadFirstLine(output[0], 30000) : "";
     close(output[0]);
-    try {
-        port_ = std::stoi(line);
-    } catch (const std::exception&) {
-        port_ = 0;
-    }
-    // The server listens before it prints its port, so a port read means it is up.
-    if (port_ <= 0) {
-        Stop();
-        throw std::runtime_error("loopback FTP server did not start (" + python +
-                                 " with pyftpdlib is needed)");
-    }
+    TakePort(line);
 }
 
 LoopbackFtpServer::~LoopbackFtpServer() {

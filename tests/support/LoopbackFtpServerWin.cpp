@@ -137,6 +137,7 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
     }
     process_->control = pair[0];
     const std::string python = TESSELEX_PYTHON;
+    std::string firstLine;
     try {
         std::wstring commandLine = Quoted(python);
         for (const std::string& argument :
@@ -162,19 +163,14 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
             if (started.hThread != nullptr) {
                 CloseHandle(started.hThread);
             }
-            port_ = std::atoi(ReadLine(process_->control, 30000).c_str());
+            firstLine = ReadLine(process_->control, 30000);
         }
     } catch (const std::exception&) {
         closesocket(pair[1]);
         Stop();
         throw;
     }
-    // The server listens before it prints its port, so a port read means it is up.
-    if (port_ <= 0) {
-        Stop();
-        throw std::runtime_error("loopback FTP server did not start (" + python +
-                                 " with pyftpdlib is needed, run through Wine)");
-    }
+    TakePort(firstLine);
 }
 
 LoopbackFtpServer::~LoopbackFtpServer() {
