@@ -23,6 +23,7 @@ struct DateTime {
     int Hour = 0;
     int Minute = 0;
     int Second = 0;
+    bool operator==(const DateTime&) const = default;
 };
 DateTime LocalNow();
 

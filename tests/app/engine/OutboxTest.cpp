@@ -1,0 +1,167 @@
+// The outbox's entries on disk, its retry rules and what a crash leaves of an append.
+
+#include "app/engine/Outbox.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "app/engine/DurableFile.h"
+#include "tests/support/TempDir.h"
+
+namespace tesselex {
+namespace {
+
+using test::TempDir;
+
+void WriteBytes(const std::filesystem::path& file, std::string_view bytes) {
+    std::ofstream(file, std::ios::binary) << bytes;
+}
+
+OutboxEntry Entry(std::u16string bibId, DateTime savedAt) {
+    OutboxEntry entry;
+    entry.BibId = std::move(bibId);
+    entry.SavedAt = savedAt;
+    entry.Request = u"http://127.0.0.1:8080/export?bibid=" + entry.BibId + u"&format=marc";
+    return entry;
+}
+
+TEST(OutboxTest, EntriesReadBackOldestFirstOneForEachBibId) {
+    TempDir dir;
+    Outbox box(dir / "Outbox");
+    ASSERT_TRUE(box.Read().Ok());
+    EXPECT_TRUE(box.Read().Value().Entries.empty());  // no folder yet: nothing waits
+
+    OutboxEntry late = Entry(u"300", {2026, 11, 24, 10, 42, 7});
+    OutboxEntry first = Entry(u"100", {2026, 11, 24, 10, 42, 5});
+    OutboxEntry second = Entry(u"../2 0", {2026, 11, 24, 10, 42, 5});  // same second, later
+    second.Attempts = 3;
+    second.NextTry = 1795516985;
+    second.Failed = true;
+    second.LastReason = u"Post #2 kunde inte hämtas:\r\nHTTP-status 404";
+    second.Saved = true;
+    second.Append = PendingAppend{dir / "ut å.mrc", 1234, 567, 0xFEDCBA9876543210ULL, true};
+    for (OutboxEntry* entry : {&late, &first, &second}) {
+        ASSERT_TRUE(box.Put(*entry).Ok());
+    }
+    late.Attempts = 1;
+    ASSERT_TRUE(box.Put(late).Ok());  // saved again while it waits: still one entry
+
+    Outbox reopened(dir / "Outbox");
+    const Outcome<OutboxContents> read = reopened.Read();
+    ASSERT_TRUE(read.Ok());
+    ASSERT_EQ(read.Value().Entries.size(), 3u);
+    second.LastReason = u"Post #2 kunde inte hämtas:  HTTP-status 404";  // kept on one line
+    EXPECT_EQ(read.Value().Entries[0], first);
+    EXPECT_EQ(read.Value().Entries[1], second);
+    EXPECT_EQ(read.Value().Entries[2], late);
+    EXPECT_TRUE(std::filesystem::exists(dir / "Outbox" / "_002E_002E_002F2_00200.entry"));
+
+    // A new entry is numbered after what was read, so arrival order survives a restart.
+    OutboxEntry next = Entry(u"400", {2026, 11, 24, 10, 42, 5});
+    ASSERT_TRUE(reopened.Put(next).Ok());
+    EXPECT_GT(next.Sequence, late.Sequence);
+
+    ASSERT_TRUE(reopened.Remove(u"100").Ok());
+    ASSERT_TRUE(reopened.Remove(u"100").Ok());  // gone already: nothing to do
+    EXPECT_EQ(reopened.Read().Value().Entries.size(), 3u);
+}
+
+TEST(OutboxTest, LeftoversOfACrashAndForeignFilesAreToldApart) {
+    TempDir dir;
+    Outbox box(dir / "Outbox");
+    OutboxEntry entry = Entry(u"7", {2026, 1, 2, 3, 4, 5});
+    ASSERT_TRUE(box.Put(entry).Ok());
+    WriteBytes(dir / "Outbox" / "7.entry.part", "bibid=7\nsav");  // a write cut by a crash
+    WriteBytes(dir / "Outbox" / "8.entry", "bibid=8\nsaved=2026-01-02 03:0");
+    WriteBytes(dir / "Outbox" / "9.entry", "bibid=9\nsaved=yesterday\n");
+
+    const Outcome<OutboxContents> read = box.Read();
+    ASSERT_TRUE(read.Ok());
+    ASSERT_EQ(read.Value().Entries.size(), 1u);
+    EXPECT_EQ(read.Value().Entries[0], entry);
+    EXPECT_EQ(read.Value().Unreadable.size(), 2u);
+}
+
+TEST(OutboxTest, AWriteThatFailsSaysWhyAndLeavesNothingBeside) {
+    TempDir dir;
+    WriteBytes(dir / "file", "x");
+    Outbox box(dir / "file" / "Outbox");  // a folder under a plain file cannot be made
+    OutboxEntry entry = Entry(u"1", {2026, 1, 1, 0, 0, 0});
+    const Done put = box.Put(entry);
+    ASSERT_FALSE(put.Ok());
+    EXPECT_EQ(put.Kind(), FaultKind::FileSystem);
+    EXPECT_FALSE(put.Reason().empty());
+
+    const Done write = WriteFileDurably(dir / "missing" / "x.txt", "bytes");
+    ASSERT_FALSE(write.Ok());
+    EXPECT_EQ(write.Failure().Reason, u"No such file or directory");
+    EXPECT_FALSE(std::filesystem::exists(dir / "missing"));
+}
+
+TEST(OutboxTest, RetriesWaitLongerEachTimeUpToFiveMinutes) {
+    const std::pair<int, long long> delays[] = {{1, 15},  {2, 30},  {3, 60},  {4, 120},
+                                                {5, 240}, {6, 300}, {40, 300}};
+    for (const auto& [attempts, seconds] : delays) {
+        EXPECT_EQ(RetryDelaySeconds(attempts), seconds) << attempts;
+    }
+}
+
+TEST(OutboxTest, OnlyFailuresALaterTryMayCureAreRetried) {
+    const std::tuple<FaultKind, int, bool> cases[] = {
+        {FaultKind::NoConnection, 0, true}, {FaultKind::TimedOut, 0, true},
+        {FaultKind::EmptyReply, 0, true},   {FaultKind::Refused, 0, true},
+        {FaultKind::NoSpace, 28, true},     {FaultKind::HttpStatus, 408, true},
+        {FaultKind::HttpStatus, 429, true}, {FaultKind::HttpStatus, 500, true},
+        {FaultKind::HttpStatus, 503, true}, {FaultKind::HttpStatus, 404, false},
+        {FaultKind::HttpStatus, 400, false}, {FaultKind::BadData, 0, false},
+        {FaultKind::FileSystem, 2, false},
+    };
+    for (const auto& [kind, code, retry] : cases) {
+        EXPECT_EQ(Retryable(Fault{kind, u"", code}), retry)
+            << static_cast<int>(kind) << " " << code;
+    }
+}
+
+TEST(OutboxTest, TimesCountInSecondsAcrossDaysMonthsAndLeapYears) {
+    EXPECT_EQ(SecondsOf({1970, 1, 1, 0, 0, 0}), 0);
+    EXPECT_EQ(SecondsOf({1969, 12, 31, 23, 59, 59}), -1);
+    EXPECT_EQ(SecondsOf({2000, 3, 1, 0, 0, 0}), 951868800);
+    EXPECT_EQ(SecondsOf({2026, 11, 24, 10, 42, 5}), 1795516925);
+}
+
+TEST(OutboxTest, ACrashedAppendIsToldCompleteNotMadeOrTorn) {
+    TempDir dir;
+    const std::filesystem::path file = dir / "export.mrc";
+    const std::string old = "OLD RECORDS";
+    const std::string added = "NEW RECORD";
+    const PendingAppend append{file, old.size(), added.size(), ContentHash(added), false};
+    const PendingAppend replace{file, old.size(), added.size(), ContentHash(added), true};
+    const struct {
+        const char* what;
+        std::optional<std::string> contents;
+        const PendingAppend& pending;
+        AppendState state;
+    } cases[] = {
+        {"no file", std::nullopt, append, AppendState::NotMade},
+        {"old bytes only", old, append, AppendState::NotMade},
+        {"whole append", old + added, append, AppendState::Complete},
+        {"half an append", old + added.substr(0, 4), append, AppendState::Torn},
+        {"other bytes of that length", old + "OTHER BYTE", append, AppendState::Torn},
+        {"replacement not yet renamed", old, replace, AppendState::NotMade},
+        {"replacement in place", added, replace, AppendState::Complete},
+    };
+    for (const auto& c : cases) {
+        std::filesystem::remove(file);
+        if (c.contents) {
+            WriteBytes(file, *c.contents);
+        }
+        EXPECT_EQ(CheckAppend(c.pending), c.state) << c.what;
+    }
+    WriteBytes(file, old + added.substr(0, 4));
+    ASSERT_TRUE(TruncateDurably(file, old.size()).Ok());
+    EXPECT_EQ(CheckAppend(append), AppendState::NotMade);
+}
+
+}  // namespace
+}  // namespace tesselex
