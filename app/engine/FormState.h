@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "app/engine/ExportReport.h"
+
 namespace tesselex {
 
 enum class ControlKind { TextBox, CheckBox, ComboBox, Button, Timer };
@@ -41,15 +43,6 @@ struct Button : Control {
 
 struct Timer : Control {
     int Interval = 1000;
-};
-
-// One field of an exported record as the record display lists it.
-struct DisplayField {
-    std::u16string Tag;  // three digits
-    std::u16string Indicator1;
-    std::u16string Indicator2;
-    std::u16string Value;
-    bool operator==(const DisplayField&) const = default;
 };
 
 struct MenuItem {

@@ -18,7 +18,7 @@ std::u16string_view YesNo(int checkValue) {
 }
 
 // Holdings and authority placement by list index.
-const std::u16string_view* Placement(int index) {
+const std::u16string_view* PlacementName(int index) {
     static constexpr std::u16string_view placements[] = {u"interleaved", u"after", u"none"};
     return (index >= 0 && index < 3) ? &placements[index] : nullptr;
 }
@@ -39,13 +39,13 @@ void ExportEngine::ChkClear_Click() {
 }
 
 void ExportEngine::cmbHold_Click() {
-    if (const auto* placement = Placement(form_.cmbHold.ListIndex)) {
+    if (const auto* placement = PlacementName(form_.cmbHold.ListIndex)) {
         Store(SettingKey::Holdtype, *placement);
     }
 }
 
 void ExportEngine::cmbAuth_Click() {
-    if (const auto* placement = Placement(form_.cmbAuth.ListIndex)) {
+    if (const auto* placement = PlacementName(form_.cmbAuth.ListIndex)) {
         Store(SettingKey::Authtype, *placement);
     }
 }
