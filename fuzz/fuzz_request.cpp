@@ -2,7 +2,7 @@
 // request table, and the INI reader over a fuzzed file.
 // Input: up to four parts split at "\n--\n": request table, text, section, key.
 
-#include "app/engine/FormState.h"
+#include "app/engine/ExportOptions.h"
 #include "app/engine/RequestBuilder.h"
 #include "config/CfgClass.h"
 #include "config/Error.h"
@@ -37,14 +37,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const Error&) {
         return 0;  // more than 32,767 entries: the documented overflow
     }
-    FormState form;
-    form.txtBibId.Text = text;
-    form.TxtSubj.Text = fuzz::Bytes(parts[2]);
-    form.TxtSigler.Text = fuzz::Bytes(parts[3]);
-    form.Chk035.Value = 1;
-    form.cmbChars.ListIndex = static_cast<int>(size % 4);
-    form.cmbHold.ListIndex = static_cast<int>(size % 3);
-    (void)BuildRequest(form, urlConfig);
+    ExportOptions options;
+    options.Subjects = fuzz::Bytes(parts[2]);
+    options.Libraries = fuzz::Bytes(parts[3]);
+    options.Change035 = true;
+    options.Charset = static_cast<Characters>(size % 4);
+    options.Holdings = static_cast<Placement>(size % 3);
+    (void)BuildRequest(options, text, urlConfig);
 
     ini.Write(input);
     (void)ReadIniValue(ini.Path(), fuzz::Bytes(parts[2]), fuzz::Bytes(parts[3]));

@@ -37,29 +37,30 @@ std::u16string RemoteName(const FtpSettings& ftp, const DateTime& at, std::u16st
 Delivery::Delivery(Logger& log, Clock clock, LoginName loginName)
     : log_(log), clock_(std::move(clock)), loginName_(std::move(loginName)) {}
 
-bool Delivery::SaveExport(std::u16string_view records, std::u16string_view destination, bool clear,
-                          std::u16string_view bibId) {
+Outcome<std::u16string> Delivery::SaveExport(std::u16string_view records,
+                                             std::u16string_view destination, bool clear,
+                                             std::u16string_view bibId) {
     lastSaved_.clear();
     const std::u16string path = ExpandFileName(destination, clock_(), loginName_());
     if (path.empty()) {
-        return false;
+        return Fault{FaultKind::FileSystem, u"no destination file is set", 0};
     }
     const std::filesystem::path file = TextToPath(path);
     const std::string bytes = TextToAnsi(records);
-    const std::string reason = clear ? ReplaceFile(file, bytes) : AppendToFile(file, bytes);
-    if (!reason.empty()) {
+    const Done written = clear ? ReplaceFile(file, bytes) : AppendToFile(file, bytes);
+    if (!written) {
         // The old program failed here without a word (docs/behaviour.md).
         log_.Report(u"Post #" + std::u16string(bibId) + u" kunde inte sparas till " + path + u": " +
-                        AnsiToText(reason) + u".",
+                        written.Reason() + u".",
                     true);
-        return false;
+        return written.Failure();
     }
     lastSaved_ = path;
     log_.Report(u"Post #" + std::u16string(bibId) + u" sparad till " + path + u".", false);
-    return true;
+    return path;
 }
 
-void Delivery::SendExport(std::u16string_view destination, const FtpSettings& ftp,
+Done Delivery::SendExport(std::u16string_view destination, const FtpSettings& ftp,
                           std::u16string_view bibId) {
     const std::u16string login = loginName_();
     const std::u16string local =
@@ -69,16 +70,18 @@ void Delivery::SendExport(std::u16string_view destination, const FtpSettings& ft
     FtpHandle handle = FtpConnect(ftp.Server, ftp.User, ftp.Password, &error);
     if (!handle) {
         log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server + Because(error), true);
-        return;
+        return Fault{FaultKind::NoConnection, error.Reason, 0};
     }
-    if (FtpSend(handle, remote, TextToPath(local), false, &error)) {
-        log_.Report(u"Skickat post #" + std::u16string(bibId) + u" till " + ftp.Server, false);
-    } else {
+    const bool sent = FtpSend(handle, remote, TextToPath(local), false, &error);
+    FtpClose(handle);
+    if (!sent) {
         log_.Report(u"Kunde inte skicka MARC-post " + std::u16string(bibId) + u" till " +
                         ftp.Server + Because(error),
                     true);
+        return Fault{FaultKind::Refused, error.Reason, 0};
     }
-    FtpClose(handle);
+    log_.Report(u"Skickat post #" + std::u16string(bibId) + u" till " + ftp.Server, false);
+    return {};
 }
 
 }  // namespace tesselex

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "app/engine/Logger.h"
+#include "config/Outcome.h"
 
 namespace tesselex {
 
@@ -31,16 +32,17 @@ class Delivery {
     Delivery(Logger& log, Clock clock, LoginName loginName);
 
     // Appends the records (an 8-bit string, written byte for byte) to the expanded destination,
-    // emptying it first when `clear` is set. False, with nothing reported, when the file cannot
-    // be written.
-    bool SaveExport(std::u16string_view records, std::u16string_view destination, bool clear,
-                    std::u16string_view bibId);
+    // emptying it first when `clear` is set; answers the path written. Every outcome is
+    // reported; an empty destination is a fault with nothing reported.
+    [[nodiscard]] Outcome<std::u16string> SaveExport(std::u16string_view records,
+                                                     std::u16string_view destination, bool clear,
+                                                     std::u16string_view bibId);
     // Uploads the file the last SaveExport wrote (else the expanded destination) under the
     // remote name; failures are reported as errors, with the transfer's reason. Reusing the saved
     // path keeps a date pattern that ticks over between saving and sending from naming a file that
     // was never written.
-    void SendExport(std::u16string_view destination, const FtpSettings& ftp,
-                    std::u16string_view bibId);
+    [[nodiscard]] Done SendExport(std::u16string_view destination, const FtpSettings& ftp,
+                                  std::u16string_view bibId);
 
   private:
     Logger& log_;

@@ -70,7 +70,7 @@ bool IsWellFormed(std::u16string_view record) {
 }
 
 std::u16string ExportEngine::BuildRequest() const {
-    return tesselex::BuildRequest(form_, *urlConfig_);
+    return tesselex::BuildRequest(OptionsOf(form_), form_.txtBibId.Text, *urlConfig_);
 }
 
 void ExportEngine::Timer1_Timer() {
@@ -162,44 +162,72 @@ void ExportEngine::Command1_Click() {
 }
 
 void ExportEngine::ExportRecord() {
-    // The bib id and the busy timer show while the server is asked.
+    (void)RunExport();
+}
+
+ExportReport ExportEngine::RunExport() {
+    ExportReport report;
+    report.BibId = form_.txtBibId.Text;
+    busy_ = true;
+    // The bib id and the busy state show while the server is asked.
     PublishFormChanges();
     try {
         Store(SettingKey::LastBibId, form_.txtBibId.Text);
-        const FetchResult reply = FetchRecords(BuildRequest());
+        report.Request = BuildRequest();
+        const FetchResult reply = FetchRecords(report.Request);
         if (!reply.Ok() && reply.Failure != NetFailure::HttpStatus) {
-            ReportFailedFetch(reply);
-            return;
-        }
-
-        std::vector<std::u16string> kept;
-        std::u16string exportText;
-        for (std::u16string& record : SplitRecords(reply.Body)) {
-            if (IsWellFormed(record)) {
-                exportText += record;
-                kept.push_back(std::move(record));
+            report.Failures.push_back(ReportFailedFetch(reply));
+        } else {
+            std::vector<std::u16string> kept;
+            std::u16string exportText;
+            for (std::u16string& record : SplitRecords(reply.Body)) {
+                if (IsWellFormed(record)) {
+                    exportText += record;
+                    kept.push_back(std::move(record));
+                } else {
+                    std::u16string message = BadRecordMessage();
+                    log_.WriteLog(message, true);
+                    report.Failures.push_back(Fault{FaultKind::BadData, BadRecordMessage(), 0});
+                }
+            }
+            if (exportText.empty()) {
+                // An error page went through the record check above (its own log line stays);
+                // a reply with pieces but no usable record is one more error for the bib id.
+                report.Failures.push_back(ReportFailedFetch(reply));
             } else {
-                std::u16string message = BadRecordMessage();
-                log_.WriteLog(message, true);
+                Outcome<std::u16string> saved =
+                    delivery_.SaveExport(exportText, form_.TxtDest.Text, clear_, report.BibId);
+                if (saved) {
+                    report.SavedTo = std::move(saved).Value();
+                    if (!ftp_.Server.empty()) {
+                        report.Upload =
+                            delivery_.SendExport(form_.TxtDest.Text, ftp_, report.BibId);
+                    }
+                } else {
+                    report.Failures.push_back(saved.Failure());
+                }
+                RefreshDisplay(std::move(kept), report);
             }
         }
-        if (exportText.empty()) {
-            // An error page went through the record check above (its own log line stays); a
-            // reply with pieces but no usable record is one more error for the bib id.
-            ReportFailedFetch(reply);
-            return;
-        }
-        if (SaveExport(exportText) && !ftp_.Server.empty()) {
-            SendExport();
-        }
-        RefreshDisplay(kept);
-    } catch (const std::exception&) {
-        // An export that fails half way ends quietly; the bib id stays for a manual retry.
+    } catch (const std::exception& e) {
+        // The bib id stays for a manual retry.
+        const std::u16string reason = Utf8ToText(e.what());
+        log_.Report(u"Post #" + report.BibId + u" kunde inte exporteras: " + reason + u".", true);
+        report.Failures.push_back(Fault{FaultKind::BadData, reason, 0});
     }
+    if (report.Upload && !report.Upload->Ok()) {
+        report.Failures.push_back(report.Upload->Failure());
+    }
+    busy_ = false;
+    NotifyState();
+    if (listener_.Exported) {
+        listener_.Exported(report);
+    }
+    return report;
 }
 
 // Where the old program took a failed fetch as nothing to deliver (docs/behaviour.md).
-void ExportEngine::ReportFailedFetch(const FetchResult& reply) {
+Fault ExportEngine::ReportFailedFetch(const FetchResult& reply) {
     std::u16string cause;
     switch (reply.Failure) {
         case NetFailure::TimedOut:
@@ -220,27 +248,39 @@ void ExportEngine::ReportFailedFetch(const FetchResult& reply) {
             break;
     }
     log_.Report(u"Post #" + form_.txtBibId.Text + u" kunde inte hämtas: " + cause + u".", true);
+    switch (reply.Failure) {
+        case NetFailure::TimedOut:
+            return Fault{FaultKind::TimedOut, reply.Reason, 0};
+        case NetFailure::HttpStatus:
+            return Fault{FaultKind::HttpStatus, reply.Reason, reply.HttpStatus};
+        case NetFailure::EmptyReply:
+            return Fault{FaultKind::EmptyReply, reply.Reason, 0};
+        case NetFailure::None:
+            return Fault{FaultKind::BadData, cause, 0};
+        default:
+            return Fault{FaultKind::NoConnection, reply.Reason, 0};
+    }
 }
 
-bool ExportEngine::SaveExport(std::u16string_view records) {
-    return delivery_.SaveExport(records, form_.TxtDest.Text, clear_, form_.txtBibId.Text);
-}
-
-void ExportEngine::SendExport() {
-    delivery_.SendExport(form_.TxtDest.Text, ftp_, form_.txtBibId.Text);
-}
-
-void ExportEngine::RefreshDisplay(const std::vector<std::u16string>& records) {
+void ExportEngine::RefreshDisplay(std::vector<std::u16string> records, ExportReport& report) {
     displayRows_.clear();
-    displayedRecords_ = records;
     MarcObject& record = Record();
-    for (const std::u16string& text : records) {
+    for (std::u16string& text : records) {
+        KeptRecord kept;
         record.SourceIsUTF8 = form_.cmbChars.ListIndex >= 1;
         record.Import(text);
         for (const auto& field : *record.MarcFields()) {
-            displayRows_.push_back({FormatNumber(field->TagNumber(), 3), field->Indicator(1),
-                                    field->Indicator(2), field->DisplayValue()});
+            kept.Rows.push_back({FormatNumber(field->TagNumber(), 3), field->Indicator(1),
+                                 field->Indicator(2), field->DisplayValue()});
         }
+        kept.Html = record.OPACDisplayHTML();
+        displayRows_.insert(displayRows_.end(), kept.Rows.begin(), kept.Rows.end());
+        kept.Bytes = std::move(text);
+        report.Records.push_back(std::move(kept));
+    }
+    displayedRecords_.clear();
+    for (const KeptRecord& kept : report.Records) {
+        displayedRecords_.push_back(kept.Bytes);
     }
 }
 

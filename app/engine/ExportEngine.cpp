@@ -37,6 +37,9 @@ ExportEngine::~ExportEngine() = default;
 MarcObject& ExportEngine::Record() {
     if (!record_) {
         record_ = std::make_unique<MarcObject>();
+        if (!seams_.DisplayConfig.empty()) {
+            record_->OPACConfigFile(seams_.DisplayConfig);
+        }
     }
     return *record_;
 }
@@ -70,6 +73,7 @@ void ExportEngine::ReportSettingsNotSaved() {
 }
 
 void ExportEngine::PublishFormChanges() {
+    NotifyState();
     for (const FormChange& change : published_.Changes(form_, displayRows_)) {
         if (formSink_) {
             formSink_(change);

@@ -1,8 +1,8 @@
 #pragma once
 // The export application without its window: start-up, the poll of the holdings workfile, the
-// fetch from the export server, delivery, the option events and the old-style settings save.
-// It works on FormState, which the window binds its widgets to and the headless program reads.
-// Errors never escape an event: each poll, fetch and start-up step catches and reports.
+// fetch from the export server, delivery, the export options and the old-style settings save.
+// A front end sets options and asks for exports in the engine's own terms and follows it through
+// EngineListener. Errors never escape a call: each poll, export and start-up step reports.
 
 #include <filesystem>
 #include <functional>
@@ -16,6 +16,8 @@
 #include <vector>
 
 #include "app/engine/Delivery.h"
+#include "app/engine/ExportOptions.h"
+#include "app/engine/ExportReport.h"
 #include "app/engine/FormChanges.h"
 #include "app/engine/FormState.h"
 #include "app/engine/Logger.h"
@@ -39,6 +41,11 @@ struct EngineSeams {
     std::function<std::u16string(std::u16string_view fallback)> VoyagerWorkFile;
     // Deletes the workfile, as std::filesystem::remove does.
     std::function<bool(const std::filesystem::path&, std::error_code&)> RemoveFile;
+    // The engine's modal questions and messages.
+    EnginePrompts Ask;
+    // The display configuration the readable view of exported records is made from ("" for the
+    // built-in one).
+    std::u16string DisplayConfig;
 };
 
 class ExportEngine {
@@ -47,6 +54,31 @@ class ExportEngine {
     ~ExportEngine();
     ExportEngine(const ExportEngine&) = delete;
     ExportEngine& operator=(const ExportEngine&) = delete;
+
+    void SetListener(EngineListener listener);
+    // Start-up: request table, old settings file, workfile, settings, Logs folder.
+    void Start();
+    // One poll of the workfile; nothing while an export runs.
+    void Poll();
+    // A manual export of the bib id ("Ingen aktiv post!" for one that is not above 0).
+    ExportReport Export(std::u16string_view bibId);
+    // The front end's bib id field; CanExport follows it.
+    void SetBibId(std::u16string_view bibId);
+    // Stores the option's setting at once, so the next request and the next start-up see it.
+    // A value of another type than the option's, or a locked option, changes nothing.
+    void SetOption(Option option, const OptionValue& value);
+    // Stores the five FTP settings and adjusts the one-at-a-time option.
+    void SetFtp(const FtpSettings& ftp);
+    // Writes export.url and runs start-up again.
+    void SetServerAddress(std::u16string_view address);
+    void SetLogging(LogChoice choice);
+    // Writes the old-style Config.TXT (after asking) and runs start-up again.
+    void SaveOldSettings();
+    // The request address an export of the bib id would send.
+    std::u16string RequestFor(std::u16string_view bibId) const;
+    const EngineState& State() const;
+    // The address of the request table named by export.url (the server address dialog's text).
+    const std::u16string& ServerAddress() const { return shortcutAddress_; }
 
     FormState& Form() { return form_; }
     const FormState& Form() const { return form_; }
@@ -81,8 +113,6 @@ class ExportEngine {
     void Command1_Click();
     // Fetch, check, deliver and display the bib id in txtBibId.
     void ExportRecord();
-    bool SaveExport(std::u16string_view records);
-    void SendExport();
     std::u16string BuildRequest() const;
     // Writes the old-style Config.TXT (after asking) and runs start-up again.
     void SaveConfig();
@@ -109,6 +139,13 @@ class ExportEngine {
     void ServerAddressChosen(std::u16string_view address);
 
   private:
+    // Every export, polled or manual: fetch, check, deliver, display; then the report goes out.
+    ExportReport RunExport();
+    // Sends the state when it differs from the last one sent.
+    void NotifyState();
+    EngineState StateNow() const;
+    bool AskYesNo(const std::u16string& question) const;
+    void Message(const std::u16string& title, const std::u16string& text) const;
     // Stores a setting; a write that fails shows an error status line.
     void Store(SettingKey key, std::u16string_view value);
     void Store(std::u16string_view key, std::u16string_view value);
@@ -118,7 +155,8 @@ class ExportEngine {
     void FindWorkfile();
     void ReadSettingsIntoForm();
     void RunStep(void (ExportEngine::*step)());
-    void RefreshDisplay(const std::vector<std::u16string>& records);
+    // Parses each kept record once: its grid rows and readable view go into the report.
+    void RefreshDisplay(std::vector<std::u16string> records, ExportReport& report);
     void UpdateClearOption();
     MarcObject& Record();
     // False while the workfile's record is incomplete and its size changed less than 5 s ago.
@@ -130,7 +168,7 @@ class ExportEngine {
     // The record fetch, telling how it failed (a seam's reply counts as an answer).
     FetchResult FetchRecords(std::u16string_view address) const;
     // The error status and log line for a fetch that brought nothing to deliver.
-    void ReportFailedFetch(const FetchResult& reply);
+    Fault ReportFailedFetch(const FetchResult& reply);
     // The program folder's file of that name whatever the letter case of the name on disk (as
     // the system's own file system matches names); the name as given when there is none.
     std::filesystem::path ProgramFile(std::u16string_view name) const;
@@ -157,6 +195,10 @@ class ExportEngine {
     std::optional<WorkfileIdentity> undeletable_;
     FormChangeSink formSink_;
     FormPublisher published_;
+    EngineListener listener_;
+    std::optional<EngineState> sent_;
+    mutable EngineState current_;
+    bool busy_ = false;
 };
 
 // "Post 0 ..." as a bad record of a reply is logged: the record counter it names is never set.

@@ -9,7 +9,29 @@ void Name(Control& control, std::u16string_view name, std::u16string_view tag, C
     control.Kind = kind;
 }
 
+template <typename Choice>
+Choice ChoiceOf(const ComboBox& box) {
+    return static_cast<Choice>(box.ListIndex < 0 ? 0 : box.ListIndex);
+}
+
 }  // namespace
+
+ExportOptions OptionsOf(const FormState& form) {
+    ExportOptions options;
+    options.Code = ChoiceOf<Code003>(form.cmb003);
+    options.Authorities = ChoiceOf<Placement>(form.cmbAuth);
+    options.Holdings = ChoiceOf<Placement>(form.cmbHold);
+    options.Charset = ChoiceOf<Characters>(form.cmbChars);
+    options.Change035 = form.Chk035.Value == 1;
+    options.IsbnNoHyphens = form.ChkISBN.Value == 1;
+    options.Subjects = form.TxtSubj.Text;
+    options.Libraries = form.TxtSigler.Text;
+    options.Destination = form.TxtDest.Text;
+    options.OneAtATime = form.ChkClear.Value == 1;
+    options.OneAtATimeLocked = !form.ChkClear.Enabled;
+    options.LockedReason = form.ChkClear.ToolTipText;
+    return options;
+}
 
 std::u16string ComboBox::Text() const {
     if (ListIndex < 0 || static_cast<std::size_t>(ListIndex) >= Items.size()) {

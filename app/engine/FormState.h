@@ -77,6 +77,9 @@ struct FormState {
     std::vector<const Control*> Controls() const;
 };
 
+// The form's options in the export's own words; a choice not made reads as the first.
+ExportOptions OptionsOf(const FormState& form);
+
 // Shown beside ChkClear while an FTP server is set.
 inline constexpr std::u16string_view ClearDisabledByFtpText =
     u"Denna inställning kan endast göras om FTP inte används. Vid vidarebefordran med FTP "

@@ -57,8 +57,17 @@ void Logger::WriteLog(std::u16string& message, bool isError) {
     if (file.empty()) {
         return;
     }
-    // A line that cannot be written is dropped whole, never left torn.
-    AppendToFile(file, TextToAnsi(message) + "\r\n");
+    // A line that cannot be written is dropped whole, never left torn. One status line tells of
+    // it; the lines after it that fail the same way would only repeat it.
+    const Done written = AppendToFile(file, TextToAnsi(message) + "\r\n");
+    if (written) {
+        writeFailing_ = false;
+    } else if (!writeFailing_) {
+        writeFailing_ = true;
+        ShowStatus(
+            u"Loggfilen " + PathToText(file) + u" kunde inte skrivas: " + written.Reason() + u".",
+            true);
+    }
 }
 
 void Logger::Report(std::u16string_view message, bool isError) {

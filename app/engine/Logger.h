@@ -37,7 +37,7 @@ class Logger {
     void ShowStatus(std::u16string_view message, bool isError);
     // Appends the log line: an error goes to the error log when error logging is on, otherwise
     // to the export log when export logging is on. The message is replaced by the full line.
-    // Write failures are swallowed.
+    // The first write that fails shows one error status line; the next after a success again.
     void WriteLog(std::u16string& message, bool isError);
     // Status line and log line together, as every export outcome is reported.
     void Report(std::u16string_view message, bool isError);
@@ -53,6 +53,7 @@ class Logger {
     bool logAll_ = false;
     bool logErrors_ = false;
     int statusCounter_ = 0;
+    bool writeFailing_ = false;
 };
 
 // "YYYY-MM-DD HH:MM:SS", "HH:MM:SS" and "YYMMDD".

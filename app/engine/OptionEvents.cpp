@@ -124,11 +124,11 @@ void ExportEngine::FtpSettingsChosen(const FtpSettings& ftp) {
 
 void ExportEngine::ServerAddressChosen(std::u16string_view address) {
     const std::filesystem::path file = ProgramFile(u"export.url");
-    const std::string reason = ReplaceFile(
+    const Done written = ReplaceFile(
         file, TextToAnsi(u"[InternetShortcut]\r\nURL=" + std::u16string(address) + u"\r\n"));
-    if (!reason.empty()) {
+    if (!written) {
         log_.ShowStatus(u"Serveradressen kunde inte sparas till " + PathToText(file) + u": " +
-                            AnsiToText(reason) + u".",
+                            written.Reason() + u".",
                         true);
     }
     LoadConfig();

@@ -1,6 +1,6 @@
 #include "app/engine/RequestBuilder.h"
 
-#include "app/engine/FormState.h"
+#include "app/engine/ExportOptions.h"
 #include "config/CfgClass.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
@@ -12,12 +12,14 @@ std::u16string Lookup(const CfgClass& urlConfig, std::u16string_view key) {
     return urlConfig.Item(key)->Value;
 }
 
-void AddTextBox(std::u16string& address, const TextBox& box, const CfgClass& urlConfig) {
-    const std::u16string name = Lookup(urlConfig, std::u16string(box.Tag) + u"\\name");
+// A text piece: the table's name for the tag, with the value or else the table's default.
+void AddText(std::u16string& address, std::u16string_view tag, std::u16string_view text,
+             const CfgClass& urlConfig) {
+    const std::u16string name = Lookup(urlConfig, std::u16string(tag) + u"\\name");
     if (name.empty()) {
         return;
     }
-    std::u16string value = box.Text;
+    std::u16string value(text);
     if (value.empty()) {
         value = Lookup(urlConfig, name + u"\\default");
     }
@@ -26,6 +28,7 @@ void AddTextBox(std::u16string& address, const TextBox& box, const CfgClass& url
     }
 }
 
+// A choice piece: the table's whole parameter for the tag and the choice's number.
 void AddPiece(std::u16string& address, std::u16string_view tag, int number,
               const CfgClass& urlConfig) {
     const std::u16string piece =
@@ -37,28 +40,18 @@ void AddPiece(std::u16string& address, std::u16string_view tag, int number,
 
 }  // namespace
 
-std::u16string BuildRequest(const FormState& form, const CfgClass& urlConfig) {
+std::u16string BuildRequest(const ExportOptions& options, std::u16string_view bibId,
+                            const CfgClass& urlConfig) {
     std::u16string address = Lookup(urlConfig, u"baseURL");
-    for (const Control* control : form.Controls()) {
-        if (control->Tag.empty()) {
-            continue;
-        }
-        switch (control->Kind) {
-            case ControlKind::TextBox:
-                AddTextBox(address, static_cast<const TextBox&>(*control), urlConfig);
-                break;
-            case ControlKind::CheckBox:
-                AddPiece(address, control->Tag, static_cast<const CheckBox&>(*control).Value,
-                         urlConfig);
-                break;
-            case ControlKind::ComboBox:
-                AddPiece(address, control->Tag, static_cast<const ComboBox&>(*control).ListIndex,
-                         urlConfig);
-                break;
-            default:
-                break;
-        }
-    }
+    AddPiece(address, u"f003", static_cast<int>(options.Code), urlConfig);
+    AddText(address, u"bibid", bibId, urlConfig);
+    AddPiece(address, u"auth", static_cast<int>(options.Authorities), urlConfig);
+    AddPiece(address, u"holdings", static_cast<int>(options.Holdings), urlConfig);
+    AddPiece(address, u"charset", static_cast<int>(options.Charset), urlConfig);
+    AddPiece(address, u"change035", options.Change035 ? 1 : 0, urlConfig);
+    AddPiece(address, u"isbn", options.IsbnNoHyphens ? 1 : 0, urlConfig);
+    AddText(address, u"subjects", options.Subjects, urlConfig);
+    AddText(address, u"locations", options.Libraries, urlConfig);
     return address;
 }
 

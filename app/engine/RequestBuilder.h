@@ -1,7 +1,7 @@
 #pragma once
-// The request address of one export: the request table's baseURL and one piece per tagged
-// control of the form, in form order. The option values themselves never travel; only what
-// the request table says for them.
+// The request address of one export: the request table's baseURL and one piece per option, in
+// a fixed order, each under its request-table tag. The option values themselves never travel;
+// only what the request table says for them.
 
 #include <string>
 #include <string_view>
@@ -9,9 +9,10 @@
 namespace tesselex {
 
 class CfgClass;
-struct FormState;
+struct ExportOptions;
 
-std::u16string BuildRequest(const FormState& form, const CfgClass& urlConfig);
+std::u16string BuildRequest(const ExportOptions& options, std::u16string_view bibId,
+                            const CfgClass& urlConfig);
 
 // Appends "name=value" (or a bare name that already holds "="), after "&" unless the address
 // ends in "?".

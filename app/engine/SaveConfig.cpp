@@ -3,7 +3,6 @@
 #include "app/engine/ExportEngine.h"
 #include "app/engine/WholeWrite.h"
 #include "config/CodePage.h"
-#include "config/MessageSink.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 
@@ -29,8 +28,7 @@ std::u16string_view Separate(int placementIndex) {
 }  // namespace
 
 void ExportEngine::SaveConfig() {
-    const std::u16string question = u"Spara ändringar?";
-    if (seams_.AskYesNo && !seams_.AskYesNo(question)) {
+    if (!AskYesNo(u"Spara ändringar?")) {
         return;
     }
     // Written over the file start-up reads, whatever the case of its name.
@@ -64,15 +62,15 @@ void ExportEngine::SaveConfig() {
     }
     // The old file moves to Config.BAK only once the new one is completely written beside it,
     // so a failed write leaves both files as they were (docs/behaviour.md).
-    const std::string reason = ReplaceFile(config, TextToAnsi(text), backup);
-    if (!reason.empty()) {
+    const Done written = ReplaceFile(config, TextToAnsi(text), backup);
+    if (!written) {
         // Saying "saved" over a file that was never written would lose the changes unnoticed.
-        ShowMessage(u"TESSELEX", u"Ändringarna kunde inte sparas i " + PathToText(config) + u": " +
-                                     AnsiToText(reason) + u".");
+        Message(u"TESSELEX", u"Ändringarna kunde inte sparas i " + PathToText(config) + u": " +
+                                 written.Reason() + u".");
         return;
     }
 
-    ShowMessage(u"TESSELEX", u"Ändringar sparade.");
+    Message(u"TESSELEX", u"Ändringar sparade.");
     LoadConfig();
 }
 

@@ -8,8 +8,9 @@
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "app/engine/SettingsMigration.h"
+#include "app/engine/WholeWrite.h"
 #include "config/CfgClass.h"
-#include "config/MessageSink.h"
+#include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -62,6 +63,12 @@ void ExportEngine::LoadConfig() {
     RunStep(&ExportEngine::ReadSettingsIntoForm);
     std::error_code ec;
     std::filesystem::create_directories(log_.LogFolder(), ec);
+    if (ec) {
+        // Every log line after this would fail; said once, here, with the system's reason.
+        log_.ShowStatus(u"Loggmappen " + PathToText(log_.LogFolder()) + u" kunde inte skapas: " +
+                            AnsiToText(SystemReason(ec.value())) + u".",
+                        true);
+    }
 }
 
 void ExportEngine::FetchRequestTable() {
@@ -99,7 +106,7 @@ void ExportEngine::MigrateOldSettings() {
         std::filesystem::rename(config, programFolder_ / "config_old.TXT", ec);
     }
     if (oldExists || ec) {
-        ShowMessage(u"Fel vid namnändring", RenameMessage(config, old));
+        Message(u"Fel vid namnändring", RenameMessage(config, old));
     }
 }
 
@@ -113,9 +120,9 @@ void ExportEngine::FindWorkfile() {
         seams_.VoyagerWorkFile ? seams_.VoyagerWorkFile(workfile) : VoyagerHoldWorkFile(workfile);
     form_.TxtFile.Text = workfile;
     if (workfile.empty()) {
-        ShowMessage(u"TESSEL Export",
-                    u"Du måste ange ett filnamn i Voyager "
-                    u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg");
+        Message(u"TESSEL Export",
+                u"Du måste ange ett filnamn i Voyager "
+                u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg");
     }
 }
 

@@ -12,11 +12,19 @@
 #include <cstdio>
 #include <system_error>
 
+#include "config/CodePage.h"
+
 namespace tesselex {
 namespace {
 
-std::string LastError() {
-    return SystemReason(errno);
+Fault FaultOf(int error) {
+    const bool full = error == ENOSPC
+#ifdef EDQUOT
+                      || error == EDQUOT
+#endif
+        ;
+    return Fault{full ? FaultKind::NoSpace : FaultKind::FileSystem, AnsiToText(SystemReason(error)),
+                 error};
 }
 
 std::FILE* OpenFile(const std::filesystem::path& path, bool append) {
@@ -27,18 +35,18 @@ std::FILE* OpenFile(const std::filesystem::path& path, bool append) {
 #endif
 }
 
-// Writes and closes; the system's reason on failure, "" on success.
-std::string WriteAll(std::FILE* out, const std::string& bytes) {
+// Writes and closes; the first error number on failure, 0 on success.
+int WriteAll(std::FILE* out, const std::string& bytes) {
     if (out == nullptr) {
-        return LastError();
+        return errno;
     }
     const bool written =
         std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size() && std::fflush(out) == 0;
-    std::string reason = written ? std::string() : LastError();
-    if (std::fclose(out) != 0 && reason.empty()) {
-        reason = LastError();
+    int error = written ? 0 : errno;
+    if (std::fclose(out) != 0 && error == 0) {
+        error = errno;
     }
-    return reason;
+    return error;
 }
 
 }  // namespace
@@ -61,46 +69,49 @@ std::string SystemReason(int error) {
 }
 
 // An append that fails is cut back, so the file holds exactly what it held before.
-std::string AppendToFile(const std::filesystem::path& file, const std::string& bytes) {
+Done AppendToFile(const std::filesystem::path& file, const std::string& bytes) {
     std::error_code ec;
     const bool existed = std::filesystem::exists(file, ec);
     const auto before = existed ? std::filesystem::file_size(file, ec) : 0;
     if (ec) {
-        return SystemReason(ec.value());
+        return FaultOf(ec.value());
     }
-    std::string reason = WriteAll(OpenFile(file, true), bytes);
-    if (!reason.empty()) {
-        if (existed) {
-            std::filesystem::resize_file(file, before, ec);
-        } else {
-            std::filesystem::remove(file, ec);
-        }
+    const int error = WriteAll(OpenFile(file, true), bytes);
+    if (error == 0) {
+        return {};
     }
-    return reason;
+    // The cut-back is best effort: the write's own error is what is reported.
+    if (existed) {
+        std::filesystem::resize_file(file, before, ec);
+    } else {
+        std::filesystem::remove(file, ec);
+    }
+    return FaultOf(error);
 }
 
 // The new content is written beside the file and replaces it only once it is complete, so a
 // failed write leaves the previous export in place.
-std::string ReplaceFile(const std::filesystem::path& file, const std::string& bytes,
-                        const std::filesystem::path& backup) {
+Done ReplaceFile(const std::filesystem::path& file, const std::string& bytes,
+                 const std::filesystem::path& backup) {
     std::filesystem::path beside = file;
     beside += ".part";
-    std::string reason = WriteAll(OpenFile(beside, false), bytes);
+    int error = WriteAll(OpenFile(beside, false), bytes);
     std::error_code ec;
-    if (reason.empty() && !backup.empty() && std::filesystem::exists(file, ec)) {
+    if (error == 0 && !backup.empty() && std::filesystem::exists(file, ec)) {
         // The old file is replaced only once it is safe in the backup.
         std::filesystem::remove(backup, ec);
         std::filesystem::rename(file, backup, ec);
-        reason = ec ? SystemReason(ec.value()) : std::string();
+        error = ec.value();
     }
-    if (reason.empty()) {
+    if (error == 0) {
         std::filesystem::rename(beside, file, ec);
-        reason = ec ? SystemReason(ec.value()) : std::string();
+        error = ec.value();
     }
-    if (!reason.empty()) {
-        std::filesystem::remove(beside, ec);
+    if (error == 0) {
+        return {};
     }
-    return reason;
+    std::filesystem::remove(beside, ec);
+    return FaultOf(error);
 }
 
 }  // namespace tesselex

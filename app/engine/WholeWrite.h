@@ -1,9 +1,11 @@
 #pragma once
 // Writes that either complete or leave the file as it was, for the export files and the logs.
-// Each answers the system's reason for a failure, or "" when the bytes are all written.
+// A failure carries the system's reason and error number.
 
 #include <filesystem>
 #include <string>
+
+#include "config/Outcome.h"
 
 namespace tesselex {
 
@@ -13,11 +15,11 @@ namespace tesselex {
 std::string SystemReason(int error);
 
 // Appends the bytes; a write that fails is cut back to the old length (a new file is removed).
-std::string AppendToFile(const std::filesystem::path& file, const std::string& bytes);
+[[nodiscard]] Done AppendToFile(const std::filesystem::path& file, const std::string& bytes);
 // Writes the bytes beside the file and renames them over it once complete. With a backup path,
 // the old file becomes the backup (an older backup is removed) just before that rename; when
 // it cannot, the file is left as it was.
-std::string ReplaceFile(const std::filesystem::path& file, const std::string& bytes,
-                        const std::filesystem::path& backup = {});
+[[nodiscard]] Done ReplaceFile(const std::filesystem::path& file, const std::string& bytes,
+                               const std::filesystem::path& backup = {});
 
 }  // namespace tesselex

@@ -56,10 +56,12 @@ TEST_F(DeliveryTest, WithoutClearExportsFollowEachOtherUnchangedAndWithClearTheL
         first.push_back(static_cast<char>(b));
     }
     const std::u16string pattern = Destination("&USER&_%YYMMDD%.mrc");
-    ASSERT_TRUE(delivery_.SaveExport(AnsiToText(first), pattern, false, u"1"));
-    ASSERT_TRUE(delivery_.SaveExport(u"second", pattern, false, u"2"));
+    ASSERT_TRUE(delivery_.SaveExport(AnsiToText(first), pattern, false, u"1").Ok());
+    ASSERT_TRUE(delivery_.SaveExport(u"second", pattern, false, u"2").Ok());
     EXPECT_EQ(test::ReadBytes(dir_ / "anna_240507.mrc"), first + "second");
-    ASSERT_TRUE(delivery_.SaveExport(u"third", pattern, true, u"3"));
+    const auto third = delivery_.SaveExport(u"third", pattern, true, u"3");
+    ASSERT_TRUE(third.Ok());
+    EXPECT_EQ(third.Value(), Destination("anna_240507.mrc"));
     EXPECT_EQ(test::ReadBytes(dir_ / "anna_240507.mrc"), "third");
 
     ASSERT_EQ(lines_.size(), 3U);
@@ -71,8 +73,12 @@ TEST_F(DeliveryTest, WithoutClearExportsFollowEachOtherUnchangedAndWithClearTheL
 }
 
 TEST_F(DeliveryTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
-    EXPECT_FALSE(delivery_.SaveExport(u"rec", Destination("no/such/folder/out.mrc"), false, u"1"));
-    EXPECT_FALSE(delivery_.SaveExport(u"rec", Destination("no/such/folder/out.mrc"), true, u"1"));
+    EXPECT_FALSE(
+        delivery_.SaveExport(u"rec", Destination("no/such/folder/out.mrc"), false, u"1").Ok());
+    const auto failed =
+        delivery_.SaveExport(u"rec", Destination("no/such/folder/out.mrc"), true, u"1");
+    ASSERT_FALSE(failed.Ok());
+    EXPECT_EQ(failed.Kind(), FaultKind::FileSystem);
     ASSERT_EQ(lines_.size(), 2U);
     EXPECT_EQ(lines_[1].Message, u"Post #1 kunde inte sparas till " +
                                      Destination("no/such/folder/out.mrc") +
@@ -89,10 +95,12 @@ TEST_F(DeliveryTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
         SCOPED_TRACE(clear);
         EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
             lines_.clear();
-            const bool saved =
+            const auto saved =
                 delivery_.SaveExport(std::u16string(2000, u'b'), PathToText(file), clear, u"7");
-            return !saved && lines_.size() == 1 && lines_[0].IsError &&
-                   lines_[0].Message.find(u"File too large") != std::u16string::npos;
+            // The dropped log line is told too.
+            return !saved.Ok() && lines_.size() == 2 && lines_[0].IsError &&
+                   lines_[0].Message.find(u"File too large") != std::u16string::npos &&
+                   lines_[1].Message.starts_with(u"Loggfilen ");
         })) << "the save failed and said why";
         EXPECT_EQ(test::ReadBytes(file), std::string(1000, 'a'));
         EXPECT_EQ(test::ReadBytes(log_.ErrorLogPath(at_)), log);
@@ -112,13 +120,18 @@ class DeliveryFtpTest : public DeliveryTest {
 
 TEST_F(DeliveryFtpTest, UploadsTheFileJustSavedUnderTheRemoteNameAndReportsFailures) {
     std::filesystem::create_directory(ftp_.Root() / "in");
-    ASSERT_TRUE(delivery_.SaveExport(u"records\x1D", Destination("out_%HHMMSS%.mrc"), true, u"42"));
+    ASSERT_TRUE(
+        delivery_.SaveExport(u"records\x1D", Destination("out_%HHMMSS%.mrc"), true, u"42").Ok());
     // The clock moves on before the upload: the file sent is still the one written.
     at_.Second = 10;
-    delivery_.SendExport(Destination("out_%HHMMSS%.mrc"), Ftp(u"in/", u"&USER&.mrc"), u"42");
+    EXPECT_TRUE(
+        delivery_.SendExport(Destination("out_%HHMMSS%.mrc"), Ftp(u"in/", u"&USER&.mrc"), u"42")
+            .Ok());
     EXPECT_EQ(test::ReadBytes(ftp_.Root() / "in" / "anna.mrc"), "records\x1D");
 
-    delivery_.SendExport(Destination("out_%HHMMSS%.mrc"), Ftp(u"/missing/dir", u"x.mrc"), u"42");
+    EXPECT_FALSE(
+        delivery_.SendExport(Destination("out_%HHMMSS%.mrc"), Ftp(u"/missing/dir", u"x.mrc"), u"42")
+            .Ok());
     ASSERT_EQ(lines_.size(), 3U);
     EXPECT_EQ(lines_[1].Message, u"Skickat post #42 till " + ftp_.ServerText());
     EXPECT_FALSE(lines_[1].IsError);

@@ -63,13 +63,9 @@ void EngineFixture::SetUp() {
     WriteBytes(home_ / "cat.ini", "[Preferences]\r\nHoldWorkFile=" + workfile_.string() + "\r\n");
     settings_ = std::make_unique<Settings>(dir_ / "settings.ini");
     settings_->StoreSetting(SettingKey::Destination, PathToText(destination_));
-    previousSink_ = SetMessageSink([this](const std::u16string& title, const std::u16string& text) {
-        messages_.emplace_back(title, text);
-    });
 }
 
 void EngineFixture::TearDown() {
-    SetMessageSink(previousSink_);
     engine_.reset();
     server_.Stop();
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsPath_);
@@ -81,15 +77,31 @@ ExportEngine& EngineFixture::StartUp(EngineSeams seams) {
     if (!seams.Now) {
         seams.Now = [this] { return now_; };
     }
+    if (!seams.Ask.Message) {
+        seams.Ask.Message = [this](const std::u16string& title, const std::u16string& text) {
+            messages_.emplace_back(title, text);
+        };
+    }
     engine_ = std::make_unique<ExportEngine>(*settings_, std::move(seams));
-    engine_->Log().SetStatusSink([this](const StatusLine& line) { lines_.push_back(line); });
-    engine_->LoadConfig();
+    engine_->SetListener({[this](const EngineState& state) { states_.push_back(state); },
+                          [this](const StatusLine& line) { lines_.push_back(line); },
+                          [this](const ExportReport& report) { reports_.push_back(report); }});
+    engine_->Start();
     return *engine_;
 }
 
-void EngineFixture::FetchNow(const std::u16string& bibId) {
-    engine_->Form().txtBibId.Text = bibId;
-    engine_->Command1_Click();
+ExportReport EngineFixture::FetchNow(const std::u16string& bibId) {
+    return engine_->Export(bibId);
+}
+
+std::vector<DisplayField> EngineFixture::Rows() const {
+    std::vector<DisplayField> rows;
+    if (!reports_.empty()) {
+        for (const KeptRecord& record : reports_.back().Records) {
+            rows.insert(rows.end(), record.Rows.begin(), record.Rows.end());
+        }
+    }
+    return rows;
 }
 
 std::string EngineFixture::SampleReply(const std::string& holdings) const {

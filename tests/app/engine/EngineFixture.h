@@ -16,7 +16,6 @@
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "app/sampleserver/SampleExportServer.h"
-#include "config/MessageSink.h"
 #include "tests/support/ScopedEnv.h"
 #include "tests/support/TempDir.h"
 
@@ -37,10 +36,12 @@ class EngineFixture : public ::testing::Test {
     void TearDown() override;
 
     // Creates the engine (the workfile named through cat.ini) and runs start-up; the clock is
-    // now_ unless the seams bring one.
+    // now_ and the messages go to messages_ unless the seams bring their own.
     ExportEngine& StartUp(EngineSeams seams = {});
-    // A manual fetch of the bib id.
-    void FetchNow(const std::u16string& bibId = u"12515882");
+    // A manual export of the bib id.
+    ExportReport FetchNow(const std::u16string& bibId = u"12515882");
+    // The grid rows of the last export's records, record after record.
+    std::vector<DisplayField> Rows() const;
     std::string SampleReply(const std::string& holdings = "interleaved") const;
     std::string Delivered() const;  // "" when nothing was delivered
     std::vector<std::string> ExportRequests() const;
@@ -58,8 +59,9 @@ class EngineFixture : public ::testing::Test {
     std::unique_ptr<Settings> settings_;
     std::unique_ptr<ExportEngine> engine_;
     std::vector<StatusLine> lines_;
+    std::vector<EngineState> states_;    // every state sent
+    std::vector<ExportReport> reports_;  // every export's report
     std::vector<std::pair<std::u16string, std::u16string>> messages_;
-    MessageSink previousSink_;
     const std::string bibId_ = "12515882";
 };
 

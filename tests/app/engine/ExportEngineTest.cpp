@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "config/CfgClass.h"
 #include "config/CodePage.h"
+#include "config/SharedRoutines.h"
 #include "config/Utf.h"
 #include "tests/app/engine/EngineFixture.h"
 #include "tests/support/FileSizeLimit.h"
@@ -33,11 +35,14 @@ class ExportEngineTest : public test::EngineFixture {
 
 TEST_F(ExportEngineTest, AWorkfileBecomesADeliveredFileInReplyOrder) {
     settings_->StoreSetting(SettingKey::Logging, u"Yes");
-    ExportEngine& engine = StartUp();
-    EXPECT_EQ(engine.Form().TxtFile.Text, PathToText(workfile_));
+    EngineSeams seams;
+    seams.DisplayConfig = PathToText(test::SourceDir() / "data" / "display" / "Display.cfg");
+    ExportEngine& engine = StartUp(std::move(seams));
+    EXPECT_EQ(engine.State().Workfile, PathToText(workfile_));
     test::PlaceFile(workfile_, ReadBytes(test::SourceDir() / "data" / "sample-workfile.mrc"));
+    states_.clear();
 
-    engine.Timer1_Timer();
+    engine.Poll();
 
     EXPECT_FALSE(std::filesystem::exists(workfile_));
     // One bibliographic record and its two holdings records, in one append, as sent.
@@ -50,12 +55,28 @@ TEST_F(ExportEngineTest, AWorkfileBecomesADeliveredFileInReplyOrder) {
     ASSERT_EQ(lines_.size(), 1U);
     EXPECT_EQ(lines_[0].Message, saved);
     EXPECT_NE(ReadLog(false).find(": " + TextToAnsi(saved) + "\r\n"), std::string::npos);
-    EXPECT_TRUE(engine.Form().Timer1.Enabled);
-    EXPECT_TRUE(engine.Form().Command1.Enabled);
-    // The display lists every field of the three records, record after record.
-    const auto& rows = engine.DisplayRows();
-    EXPECT_EQ(rows.front().Tag, u"000");
-    EXPECT_EQ(std::count_if(rows.begin(), rows.end(), [](auto& r) { return r.Tag == u"000"; }), 3);
+    // The front end saw the bib id while the server was asked, then the export's end.
+    ASSERT_EQ(states_.size(), 2U);
+    EXPECT_TRUE(states_[0].Busy);
+    EXPECT_EQ(states_[0].BibId, u"12515882");
+    EXPECT_FALSE(states_[1].Busy);
+    EXPECT_TRUE(states_[1].CanExport);
+    EXPECT_EQ(engine.State(), states_[1]);
+    // The report holds each record's bytes, grid rows and readable view, in reply order.
+    ASSERT_EQ(reports_.size(), 1U);
+    const ExportReport& report = reports_[0];
+    EXPECT_TRUE(report.Delivered());
+    EXPECT_TRUE(report.Failures.empty());
+    EXPECT_EQ(report.SavedTo, PathToText(destination_));
+    EXPECT_EQ(report.Request, Utf8ToText(server_.Address(ExportRequests()[0])));
+    ASSERT_EQ(report.Records.size(), 3U);
+    std::u16string bytes;
+    for (const KeptRecord& record : report.Records) {
+        bytes += record.Bytes;
+        EXPECT_EQ(record.Rows.front().Tag, u"000");
+        EXPECT_NE(record.Html.find(u"<"), std::u16string::npos);
+    }
+    EXPECT_EQ(TextToAnsi(bytes), SampleReply());
 }
 
 TEST_F(ExportEngineTest, ABadRecordIsDroppedAndLoggedWhileItsNeighboursAreDelivered) {
@@ -67,12 +88,17 @@ TEST_F(ExportEngineTest, ABadRecordIsDroppedAndLoggedWhileItsNeighboursAreDelive
     ExportEngine& engine = StartUp();
     test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
 
-    engine.Timer1_Timer();
+    engine.Poll();
 
     EXPECT_EQ(Delivered(), TextToAnsi(records[0] + records[2]));
     EXPECT_EQ(BadRecordLines(), 1U);
     EXPECT_NE(ReadLog(true).find("best\xE5nds-"), std::string::npos) << "logged in Windows-1252";
     EXPECT_EQ(lines_.size(), 1U) << "logged only: the one status line is the delivery's";
+    ASSERT_EQ(reports_.size(), 1U);
+    EXPECT_TRUE(reports_[0].Delivered());
+    EXPECT_EQ(reports_[0].Records.size(), 2U);
+    ASSERT_EQ(reports_[0].Failures.size(), 1U);
+    EXPECT_EQ(reports_[0].Failures[0].Kind, FaultKind::BadData);
 }
 
 TEST_F(ExportEngineTest, AWorkfileStillBeingWrittenWaitsUntilCompleteOrFiveSecondsStill) {
@@ -86,7 +112,7 @@ TEST_F(ExportEngineTest, AWorkfileStillBeingWrittenWaitsUntilCompleteOrFiveSecon
         if (now_.Minute >= 60) {
             now_ = {2024, 5, 8, 0, now_.Minute - 60, now_.Second};
         }
-        engine.Timer1_Timer();
+        engine.Poll();
     };
 
     // Written in two halves with a pause: the first half is left alone, the whole taken at once.
@@ -113,9 +139,9 @@ TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch
     ExportEngine& engine = StartUp();
     // An incomplete workfile is taken once its size has stood still for 5 s.
     const auto poll = [&] {
-        engine.Timer1_Timer();
+        engine.Poll();
         ++now_.Minute;
-        engine.Timer1_Timer();
+        engine.Poll();
     };
     // The working record now holds a holdings record linked to the sample: none of the files
     // below may bring that link back.
@@ -133,7 +159,7 @@ TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch
         test::PlaceFile(workfile_, contents);
         poll();
         EXPECT_FALSE(std::filesystem::exists(workfile_));
-        EXPECT_TRUE(engine.Form().Timer1.Enabled);
+        EXPECT_FALSE(engine.State().Busy);
     }
     EXPECT_EQ(ExportRequests().size(), 1U);
     // Cut inside its data, with the directory and the 004 intact, a workfile still counts.
@@ -160,7 +186,7 @@ TEST_F(ExportEngineTest, AWorkfileThatCannotBeDeletedIsExportedOnceUntilItChange
     for (const std::string& contents : {test::HoldingsRecord(bibId_), changed}) {
         test::PlaceFile(workfile_, contents);
         for (int poll = 0; poll < 3; ++poll) {
-            engine.Timer1_Timer();
+            engine.Poll();
         }
     }
     EXPECT_EQ(ExportRequests().size(), 2U) << "once per content";
@@ -170,29 +196,52 @@ TEST_F(ExportEngineTest, AWorkfileThatCannotBeDeletedIsExportedOnceUntilItChange
     EXPECT_TRUE(lines_[0].IsError);
     EXPECT_EQ(lines_[2].Message, notRemoved);
     EXPECT_NE(ReadLog(true).find(": " + TextToAnsi(notRemoved) + "\r\n"), std::string::npos);
-    EXPECT_TRUE(engine.Form().Timer1.Enabled);
+    EXPECT_FALSE(engine.State().Busy);
 }
 
 TEST_F(ExportEngineTest, NoBibIdOrNoServerDeliversNothingAndKeepsTheBibIdForARetry) {
     ExportEngine& engine = StartUp();
-    FetchNow(u"");
-    FetchNow(u"-4");
+    EXPECT_FALSE(FetchNow(u"").Failures.empty());
+    EXPECT_FALSE(FetchNow(u"-4").Delivered());
     ASSERT_EQ(lines_.size(), 2U);
     EXPECT_EQ(lines_[0].Message + lines_[1].Message, u"Ingen aktiv post!Ingen aktiv post!");
     EXPECT_TRUE(lines_[1].IsError);
+    EXPECT_TRUE(reports_.empty()) << "nothing was exported";
 
     server_.Stop();
     test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
-    engine.Timer1_Timer();
+    engine.Poll();
     EXPECT_FALSE(std::filesystem::exists(workfile_));
     EXPECT_EQ(Delivered(), "");
     ASSERT_EQ(lines_.size(), 3U) << "an unreachable server is reported";
     EXPECT_EQ(lines_[2].Message,
               u"Post #12515882 kunde inte hämtas: ingen kontakt med exportservern.");
     EXPECT_TRUE(lines_[2].IsError);
-    EXPECT_EQ(engine.Form().txtBibId.Text, u"12515882");
-    EXPECT_TRUE(engine.Form().Timer1.Enabled);
+    EXPECT_EQ(engine.State().BibId, u"12515882");
+    EXPECT_FALSE(engine.State().Busy);
     EXPECT_TRUE(server_.Requests().size() == 1U) << "only the start-up's request table";
+    ASSERT_EQ(reports_.size(), 1U);
+    ASSERT_EQ(reports_[0].Failures.size(), 1U);
+    EXPECT_EQ(reports_[0].Failures[0].Kind, FaultKind::NoConnection);
+}
+
+TEST_F(ExportEngineTest, AnExportThatFailsHalfWayIsAFaultAndAnErrorLine) {
+    EngineSeams seams;
+    seams.Fetch = [](std::u16string_view address) -> std::u16string {
+        if (address.find(u"/export") != std::u16string_view::npos) {
+            throw std::runtime_error("out of memory");
+        }
+        return FetchUrl(address);
+    };
+    StartUp(std::move(seams));
+    const ExportReport report = FetchNow();
+    ASSERT_EQ(report.Failures.size(), 1U);
+    EXPECT_EQ(report.Failures[0].Reason, u"out of memory");
+    ASSERT_EQ(lines_.size(), 1U);
+    EXPECT_EQ(lines_[0].Message, u"Post #12515882 kunde inte exporteras: out of memory.");
+    EXPECT_TRUE(lines_[0].IsError);
+    EXPECT_EQ(reports_.size(), 1U);
+    EXPECT_FALSE(states_.back().Busy);
 }
 
 TEST_F(ExportEngineTest, BrokenAndHugeRepliesKeepOnlyTheirGoodRecords) {
@@ -259,7 +308,7 @@ TEST_F(ExportEngineTest, TheRequestTableFallsBackToTheLocalFileWhileTheServerIsD
     EXPECT_EQ(Delivered(), SampleReply());
 
     // The server address dialog's new address is written and used at once.
-    engine.ServerAddressChosen(Utf8ToText(live));
+    engine.SetServerAddress(Utf8ToText(live));
     EXPECT_EQ(ReadBytes(home_ / "export.url"), "[InternetShortcut]\r\nURL=" + live + "\r\n");
     EXPECT_EQ(engine.ServerNotice(), Utf8ToText(server_.RequestTable()));
 }
@@ -269,43 +318,46 @@ TEST_F(ExportEngineTest, ChosenOptionsAreStoredAndComeBackAfterARestartAndInTheR
     ExportEngine& engine = StartUp();
     // No 003 choice yet: the second entry, stored as its text.
     EXPECT_EQ(settings_->Setting(SettingKey::String003), u"TESSEL");
-    FormState& form = engine.Form();
-    form.Chk035.Value = 1;
-    engine.Chk035_Click();
-    form.ChkISBN.Value = 1;
-    engine.ChkISBN_Click();
-    form.cmbHold.ListIndex = 2;
-    engine.cmbHold_Click();
-    form.cmbAuth.ListIndex = 1;
-    engine.cmbAuth_Click();
-    form.cmbChars.ListIndex = 3;
-    engine.cmbChars_Click();
-    form.cmb003.ListIndex = 0;
-    engine.cmb003_Click();
-    form.TxtSigler.Text = u"Tes Tesm";
-    engine.TxtSigler_Change();
-    engine.SubjectsChosen(u"Tes:sao");
-    engine.SubjectsChosen(u"");
-    engine.ArkivLoggaFel_Click();
-    form.txtBibId.Text = u"";
-    engine.txtBibId_Change();
-    EXPECT_FALSE(form.Command1.Enabled);
+    const std::pair<Option, OptionValue> choices[] = {
+        {Option::Change035, true},
+        {Option::IsbnNoHyphens, true},
+        {Option::Holdings, Placement::None},
+        {Option::Authorities, Placement::After},
+        {Option::Characters, Characters::Utf8Decomposed},
+        {Option::Code003, Code003::SeTesl},
+        {Option::Libraries, std::u16string(u"Tes Tesm")},
+        {Option::Subjects, std::u16string(u"Tes:sao")},
+        {Option::Subjects, std::u16string()},   // an empty choice changes nothing
+        {Option::Change035, Placement::After},  // not the option's type: ignored
+    };
+    for (const auto& [option, value] : choices) {
+        engine.SetOption(option, value);
+    }
+    engine.SetLogging({false, true});
+    engine.SetBibId(u"");
+    EXPECT_FALSE(engine.State().CanExport);
+    EXPECT_EQ(states_.back(), engine.State());
 
-    const FormState& again = StartUp().Form();
-    EXPECT_EQ(again.Chk035.Value + again.ChkISBN.Value, 2);
-    EXPECT_EQ(again.cmbChars.Text(), u"UTF-8 Prekomponerad");  // the decomposed choice
-    EXPECT_EQ(again.TxtSubj.Text, u"Tes:sao");
-    EXPECT_TRUE(again.ArkivLoggaFel.Checked);
+    const EngineState again = StartUp().State();
+    EXPECT_TRUE(again.Options.Change035 && again.Options.IsbnNoHyphens);
+    EXPECT_EQ(again.Options.Charset, Characters::Utf8Composed);  // the decomposed choice
+    EXPECT_EQ(again.Options.Subjects, u"Tes:sao");
+    EXPECT_EQ(again.Logging, (LogChoice{false, true}));
     EXPECT_EQ(settings_->StoredSettings().size(), 11U) << "one key per setting, whatever its case";
+    EXPECT_EQ(Utf8ToText(server_.Address("/export?")) +
+                  u"f003=SE-TESL&bibid=1&auth=after&"
+                  u"holdings=none&charset=utf-8&compose=nfc&change035=1&isbn=nohyphens&"
+                  u"subjects=Tes%3Asao&locations=Tes+Tesm",
+              engine_->RequestFor(u"1"));
     FetchNow();
     ASSERT_EQ(ExportRequests().size(), 1U);
     EXPECT_EQ(ExportRequests()[0],
               "/export?f003=SE-TESL&bibid=12515882&auth=after&holdings=none&"
               "charset=utf-8&compose=nfc&change035=1&isbn=nohyphens&"
               "subjects=Tes%3Asao&locations=Tes+Tesm");
-    const FormState& third = StartUp().Form();
-    EXPECT_EQ(third.txtBibId.Text, u"12515882");
-    EXPECT_TRUE(third.Command1.Enabled);
+    const EngineState third = StartUp().State();
+    EXPECT_EQ(third.BibId, u"12515882");
+    EXPECT_TRUE(third.CanExport);
 }
 
 TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnceAndNamesTheWorkfile) {
@@ -325,16 +377,16 @@ TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnceAndNamesThe
     ExportEngine& engine = StartUp();
     EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes Tesm");
     EXPECT_EQ(settings_->Setting(SettingKey::Subjects), u"Tes:sao");
-    EXPECT_EQ(engine.Form().cmbChars.Text(), u"UTF-8 Dekomponerad");
-    EXPECT_EQ(engine.Form().TxtFile.Text, u"/old/work.fil");
-    EXPECT_EQ(engine.Form().ChkClear.Value, 1);
+    EXPECT_EQ(engine.State().Options.Charset, Characters::Utf8Decomposed);
+    EXPECT_EQ(engine.State().Workfile, u"/old/work.fil");
+    EXPECT_TRUE(engine.State().Options.OneAtATime);
     EXPECT_FALSE(std::filesystem::exists(home_ / "Config.TXT"));
     EXPECT_EQ(ReadBytes(home_ / "config_old.TXT"), old);
     EXPECT_TRUE(messages_.empty());
 
     // A second old file cannot be moved aside: copied again, and the user is told.
     WriteBytes(home_ / "Config.TXT", "Sigler=Abc\r\nVoyagerFil=/old/work.fil\r\n");
-    engine.LoadConfig();
+    engine.Start();
     EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Abc");
     EXPECT_TRUE(std::filesystem::exists(home_ / "Config.TXT"));
     ASSERT_EQ(messages_.size(), 1U);
@@ -355,10 +407,10 @@ TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUn
     settings_->StoreSetting(SettingKey::Charset, u"UTF-8");
     settings_->StoreSetting(SettingKey::Compose, u"decompose");
     EngineSeams answersNo;
-    answersNo.AskYesNo = [](const std::u16string& question) {
+    answersNo.Ask.AskYesNo = [](const std::u16string& question) {
         return question != u"Spara ändringar?";
     };
-    ExportEngine(*settings_, answersNo).SaveConfig();
+    ExportEngine(*settings_, answersNo).SaveOldSettings();
     EXPECT_FALSE(std::filesystem::exists(home_ / "Config.TXT"));
     EXPECT_TRUE(messages_.empty());
 
@@ -366,7 +418,7 @@ TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUn
     // An old file named in other letters is the one replaced, not left beside the new one.
     WriteBytes(home_ / "config.txt", "Sigler=Old\r\n");
 
-    engine.SaveConfig();  // no question seam: the headless default answers yes
+    engine.SaveOldSettings();  // no question seam: the headless default answers yes
 
     EXPECT_EQ(ReadBytes(home_ / "Config.BAK"), "Sigler=Old\r\n");
     // Start-up ran again, copied the new file and moved it aside.
@@ -378,9 +430,9 @@ TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUn
     EXPECT_NE(written.find("\r\n[FTP]\r\nServer=\r\nAnv\xE4ndare=\r\n"), std::string::npos);
     EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes Åbo");
     EXPECT_EQ(settings_->Setting(SettingKey::Subjects), u"B:sao ; A:sao,lcsh");
-    EXPECT_EQ(engine.Form().TxtSubj.Text, u"B:sao ; A:sao,lcsh");
+    EXPECT_EQ(engine.State().Options.Subjects, u"B:sao ; A:sao,lcsh");
     EXPECT_EQ(settings_->Setting(SettingKey::Holdtype), u"none");
-    EXPECT_EQ(engine.Form().cmbChars.ListIndex, 3);
+    EXPECT_EQ(engine.State().Options.Charset, Characters::Utf8Decomposed);
     ASSERT_FALSE(messages_.empty());
     EXPECT_EQ(messages_[0].second, u"Ändringar sparade.");
 }
@@ -402,19 +454,19 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
     };
     const auto files = before();
     ASSERT_LT(ReadBytes(dir_ / "settings.ini").size(), 1024U);
-    engine.Form().TxtSigler.Text = std::u16string(3000, u'x');
 
     EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
-        engine.TxtSigler_Change();
+        engine.SetOption(Option::Libraries, std::u16string(3000, u'x'));
         const std::u16string big(3000, u's');
-        engine.FtpSettingsChosen({big, big, big, big, big});
+        engine.SetFtp({big, big, big, big, big});
         const std::u16string failed =
             u"Inställningarna kunde inte sparas till " + PathToText(dir_ / "settings.ini") + u".";
         return lines_.size() == 2 && lines_[0].IsError && lines_[0].Message == failed &&
                lines_[1].Message == failed;
     })) << "the settings, one line for each event";
     EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
-        engine.SaveConfig();
+        engine.SetOption(Option::Libraries, std::u16string(3000, u'x'));
+        engine.SaveOldSettings();
         return messages_.size() == 1 &&
                messages_[0].second == u"Ändringarna kunde inte sparas i " +
                                           PathToText(home_ / "Config.TXT") + u": File too large.";
@@ -422,7 +474,7 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
     WriteBytes(home_ / "Config.TXT", "Sigler=" + std::string(3000, 'x') + "\r\n");
     EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
         lines_.clear();
-        engine.LoadConfig();
+        engine.Start();
         return lines_.size() == 1 && lines_[0].Message.starts_with(u"Inställningarna kunde inte");
     })) << "the old settings file's copy";
     EXPECT_FALSE(std::filesystem::exists(home_ / "config_old.TXT")) << "copied again next time";
@@ -436,7 +488,7 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
     std::filesystem::remove(home_ / "Config.BAK");
     std::filesystem::create_directories(home_ / "Config.BAK" / "x");
     messages_.clear();
-    engine.SaveConfig();
+    engine.SaveOldSettings();
     ASSERT_EQ(messages_.size(), 1U);
     EXPECT_EQ(messages_[0].second, u"Ändringarna kunde inte sparas i " +
                                        PathToText(home_ / "Config.TXT") + u": Is a directory.");
@@ -445,7 +497,7 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
     // The server address cannot be written where a folder is in the way.
     std::filesystem::create_directory(home_ / "export.url.part");
     const std::string address = ReadBytes(home_ / "export.url");
-    engine.ServerAddressChosen(u"http://127.0.0.1:1/elsewhere");
+    engine.SetServerAddress(u"http://127.0.0.1:1/elsewhere");
     ASSERT_FALSE(lines_.empty());
     EXPECT_EQ(lines_.back().Message, u"Serveradressen kunde inte sparas till " +
                                          PathToText(home_ / "export.url") + u": Is a directory.");
@@ -460,13 +512,14 @@ TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
                                                      'a');
     server_.SetReply("1001", utf8Record);
     ExportEngine& engine = StartUp();
-    for (const int charset : {0, 2}) {
-        engine.Form().cmbChars.ListIndex = charset;
+    for (const Characters charset : {Characters::Latin1, Characters::Utf8Composed}) {
+        engine.SetOption(Option::Characters, charset);
         FetchNow(u"1001");
-        ASSERT_EQ(engine.DisplayRows().size(), 3U);
-        const DisplayField& title = engine.DisplayRows()[2];
+        const std::vector<DisplayField> rows = Rows();
+        ASSERT_EQ(rows.size(), 3U);
+        const DisplayField& title = rows[2];
         EXPECT_EQ(title.Tag + title.Indicator1 + title.Indicator2, u"24510");
-        EXPECT_NE(title.Value.find(charset == 0 ? u"\u00C3\u2026ret" : u"Året"),
+        EXPECT_NE(title.Value.find(charset == Characters::Latin1 ? u"\u00C3\u2026ret" : u"Året"),
                   std::u16string::npos);
     }
     // The bytes are delivered as sent, whatever the display made of them.
@@ -490,38 +543,49 @@ class ExportEngineFtpTest : public ExportEngineTest {
 
 TEST_F(ExportEngineFtpTest, EachExportIsUploadedAlone) {
     ExportEngine& engine = StartUp();
-    EXPECT_EQ(engine.Form().ChkClear.Value, 1);
-    EXPECT_FALSE(engine.Form().ChkClear.Enabled);
+    EXPECT_TRUE(engine.State().Options.OneAtATime);
+    EXPECT_TRUE(engine.State().Options.OneAtATimeLocked);
+    EXPECT_EQ(engine.State().Options.LockedReason, ClearDisabledByFtpText);
+    engine.SetOption(Option::OneAtATime, false);
+    EXPECT_TRUE(engine.State().Options.OneAtATime) << "locked";
     WriteBytes(destination_, "left over from yesterday");
     test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
-    engine.Timer1_Timer();
+    engine.Poll();
     EXPECT_EQ(Delivered(), SampleReply());
     EXPECT_EQ(ReadBytes(ftp_.Root() / "export.mrc"), SampleReply());
     EXPECT_EQ(lines_.back().Message, u"Skickat post #12515882 till " + ftp_.ServerText());
 
+    ASSERT_EQ(reports_.size(), 1U);
+    ASSERT_TRUE(reports_[0].Upload.has_value());
+    EXPECT_TRUE(reports_[0].Delivered());
+
     // Clearing the server in the FTP dialog gives the option back, ticked as stored.
-    engine.FtpSettingsChosen({});
-    EXPECT_TRUE(engine.Form().ChkClear.Enabled);
-    EXPECT_EQ(engine.Form().ChkClear.Value, 0);
-    EXPECT_FALSE(engine.ClearFlag());
+    engine.SetFtp({});
+    EXPECT_FALSE(engine.State().Options.OneAtATimeLocked);
+    EXPECT_FALSE(engine.State().Options.OneAtATime);
+    EXPECT_TRUE(engine.State().Options.LockedReason.empty());
 }
 
 TEST_F(ExportEngineFtpTest, AFailedSaveSkipsTheUploadAndARefusedLoginKeepsTheFile) {
     settings_->StoreSetting(SettingKey::FTPPassword, u"wrong");
     ExportEngine& engine = StartUp();
-    engine.Form().TxtDest.Text = PathToText(dir_ / "missing" / "out.mrc");
-    FetchNow();
+    const std::u16string missing = PathToText(dir_ / "missing" / "out.mrc");
+    engine.SetOption(Option::Destination, missing);
+    EXPECT_FALSE(FetchNow().Delivered());
     EXPECT_FALSE(std::filesystem::exists(dir_ / "missing"));
-    const std::u16string failed = u"Post #12515882 kunde inte sparas till " +
-                                  engine.Form().TxtDest.Text + u": No such file or directory.";
+    const std::u16string failed =
+        u"Post #12515882 kunde inte sparas till " + missing + u": No such file or directory.";
     ASSERT_EQ(lines_.size(), 1U) << "the failed save only, no upload";
     EXPECT_EQ(lines_[0].Message, failed);
     EXPECT_NE(ReadLog(true).find(": " + TextToAnsi(failed) + "\r\n"), std::string::npos);
 
-    engine.Form().TxtDest.Text = PathToText(destination_);
-    FetchNow();
+    engine.SetOption(Option::Destination, PathToText(destination_));
+    const ExportReport refusedReport = FetchNow();
+    EXPECT_FALSE(refusedReport.Delivered());
+    EXPECT_EQ(refusedReport.SavedTo, PathToText(destination_));
     EXPECT_EQ(Delivered(), SampleReply());
     ASSERT_EQ(lines_.size(), 3U);
+    EXPECT_EQ(lines_[1].Message, u"Post #12515882 sparad till " + PathToText(destination_) + u".");
     const std::u16string& refused = lines_[2].Message;
     EXPECT_TRUE(
         refused.starts_with(u"Kunde inte ansluta med FTP till " + ftp_.ServerText() + u": "))

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "tests/support/TempDir.h"
@@ -69,8 +70,26 @@ TEST_F(LoggerTest, EachLineGoesToTheLogItsSwitchesChoose) {
         EXPECT_EQ(Read("Log251231.TXT"), c.ExportLog);
         EXPECT_EQ(Read("Error251231.TXT"), c.ErrorLog);
     }
+}
+
+TEST_F(LoggerTest, AFailingLogWriteIsShownOnceUntilAWriteSucceedsAgain) {
+    log_.SetLogErrors(true);
     std::filesystem::remove_all(log_.LogFolder());
-    EXPECT_NO_THROW(log_.Report(u"fel", true)) << "write failures are swallowed";
+    const auto failure = [](const StatusLine& line) {
+        return line.IsError && line.Message.starts_with(u"Loggfilen ") &&
+               line.Message.find(u"kunde inte skrivas: No such file or directory.") !=
+                   std::u16string::npos;
+    };
+    for (const bool folderThere : {false, false, true, false}) {
+        if (folderThere) {
+            std::filesystem::create_directories(log_.LogFolder());
+        } else {
+            std::filesystem::remove_all(log_.LogFolder());
+        }
+        log_.Report(u"fel", true);
+    }
+    EXPECT_EQ(std::count_if(lines_.begin(), lines_.end(), failure), 2);
+    EXPECT_EQ(lines_.size(), 6U);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/engine/FormState.h"
+#include "app/engine/ExportOptions.h"
 #include "config/CfgClass.h"
 
 namespace tesselex {
@@ -12,25 +12,25 @@ class RequestBuilderTest : public ::testing::Test {
   protected:
     void Table(std::u16string_view text) { table_.LoadFromString(text); }
 
-    FormState form_;
+    ExportOptions options_;
     CfgClass table_;
 };
 
-// Form order and every control kind in one request: ExportEngineTest, with the sample table.
+// The order and every kind of option in one request: ExportEngineTest, with the sample table.
 TEST_F(RequestBuilderTest, EmptyTextUsesTheDefaultOfTheParameterName) {
     Table(
         u"baseURL=b?\r\n[bibid]\r\nname=id\r\ndefault=never\r\n[locations]\r\nname=loc\r\n"
         u"[loc]\r\ndefault=Tes\r\n");
     // The default is looked up by the parameter name, not the tag, and bibid has none under
     // its name "id": no bib id parameter at all.
-    EXPECT_EQ(BuildRequest(form_, table_), u"b?loc=Tes");
+    EXPECT_EQ(BuildRequest(options_, u"", table_), u"b?loc=Tes");
 }
 
-TEST_F(RequestBuilderTest, PiecesWithoutEqualsAndUnknownIndexesAddNothing) {
+TEST_F(RequestBuilderTest, PiecesWithoutEqualsAndUnlistedChoicesAddNothing) {
     Table(u"baseURL=b?\r\n[isbn 1]\r\nname=isbn\r\n[change035 0]\r\nname=c=0\r\n");
-    form_.ChkISBN.Value = 1;
-    form_.cmbHold.ListIndex = -1;
-    EXPECT_EQ(BuildRequest(form_, table_), u"b?c=0");
+    options_.IsbnNoHyphens = true;
+    options_.Holdings = Placement::None;
+    EXPECT_EQ(BuildRequest(options_, u"1", table_), u"b?c=0");
 }
 
 TEST(AddParameter, SeparatorAndEmptyValues) {
