@@ -5,15 +5,14 @@
 #include <cstdint>
 #include <string>
 
-#include "app/engine/ExportEngine.h"
 #include "fuzz/FuzzText.h"
+#include "marc/RecordReader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::u16string reply = tesselex::fuzz::Bytes8(tesselex::fuzz::View(data, size));
     std::u16string joined;
-    for (const std::u16string& record : tesselex::SplitRecords(reply)) {
-        static_cast<void>(tesselex::IsWellFormed(record));
-        joined += record;
+    for (const tesselex::ReplyRecord& record : tesselex::SplitReply(reply)) {
+        joined += record.Bytes;
     }
     std::u16string expected;
     for (const char16_t c : reply) {

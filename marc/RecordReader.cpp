@@ -9,8 +9,16 @@
 namespace tesselex {
 
 namespace {
+
 constexpr char RecordTerminator = '\x1D';
+
+// The number is read the way the system reads numbers from text: leading digits, blanks around
+// them ignored.
+bool StatesLength(std::u16string_view head, std::size_t length) {
+    return Val(head) == static_cast<double>(length);
 }
+
+}  // namespace
 
 bool RecordLengthMatches(std::string_view record) {
     if (record.size() < 5) {
@@ -20,11 +28,30 @@ bool RecordLengthMatches(std::string_view record) {
     if (record.back() != RecordTerminator) {
         ++length;
     }
-    // The number is read the way the system reads numbers from text: leading digits, blanks
-    // around them ignored.
-    const std::u16string head = AnsiToText(record.substr(0, 5));
-    const double stated = Val(head);
-    return stated == static_cast<double>(length);
+    return StatesLength(AnsiToText(record.substr(0, 5)), length);
+}
+
+std::vector<ReplyRecord> SplitReply(std::u16string_view reply) {
+    std::vector<ReplyRecord> records;
+    std::size_t start = 0;
+    while (start < reply.size()) {
+        std::size_t end = reply.find(static_cast<char16_t>(RecordTerminator), start);
+        if (end == std::u16string_view::npos) {
+            end = reply.size();
+        }
+        if (end > start) {
+            ReplyRecord record;
+            record.Bytes.reserve(end - start + 1);
+            record.Bytes.append(reply.substr(start, end - start));
+            record.Bytes.push_back(static_cast<char16_t>(RecordTerminator));
+            record.WellFormed =
+                record.Bytes.size() >= 5 &&
+                StatesLength(std::u16string_view(record.Bytes).substr(0, 5), record.Bytes.size());
+            records.push_back(std::move(record));
+        }
+        start = end + 1;
+    }
+    return records;
 }
 
 RecordReader::RecordReader(std::istream& in, std::size_t blockSize, std::size_t maxRecordSize)

@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tesselex {
 
@@ -18,6 +19,16 @@ namespace tesselex {
 // characters equals its length, counting the terminator (put back when the last record of the
 // input lacks it).
 bool RecordLengthMatches(std::string_view record);
+
+// One record of a reply held in memory (one char16_t per byte), as the reader hands it out.
+struct ReplyRecord {
+    std::u16string Bytes;     // ends with the terminator, put back when the reply's last lacked it
+    bool WellFormed = false;  // RecordLengthMatches
+};
+// The reply split at the record terminator, by the reader's rules. A terminator at the start or
+// right after another ends no record: it is skipped. A run without a terminator stays one record
+// whatever its length: the reply is in memory already.
+std::vector<ReplyRecord> SplitReply(std::u16string_view reply);
 
 class RecordReader {
   public:

@@ -21,12 +21,14 @@ namespace {
 class StatusPrinter {
   public:
     explicit StatusPrinter(ExportEngine& engine) {
-        engine.Log().SetStatusSink([this](const StatusLine& line) {
+        EngineListener listener;
+        listener.Status = [this](const StatusLine& line) {
             std::cout << TextToUtf8(line.Line) << std::endl;
             if (line.IsError) {
                 ++errors_;
             }
-        });
+        };
+        engine.SetListener(std::move(listener));
     }
     int Errors() const { return errors_; }
 
@@ -53,25 +55,28 @@ int Watch(const std::vector<std::string>& args) {
     StatusPrinter printer(engine);
     // Ctrl+C, SIGTERM (or the console's Ctrl+Break) end the loop between polls.
     InstallStopHandler();
-    engine.LoadConfig();
-    const std::filesystem::path workfile = TextToPath(engine.Form().TxtFile.Text);
+    engine.Start();
+    const std::u16string& workfileText = engine.State().Workfile;
+    const std::filesystem::path workfile = TextToPath(workfileText);
     // No workfile, nothing polled: nothing to share.
-    std::optional<WatchLock> lock;
+    std::optional<Outcome<WatchLock>> lock;
     if (!workfile.empty()) {
-        lock.emplace(workfile);
+        lock.emplace(WatchLock::Take(workfile));
     }
-    if (lock && !lock->Held()) {
-        std::cerr << "tesselex-cli: another TESSELEX program already watches '"
-                  << TextToUtf8(engine.Form().TxtFile.Text) << "' (process " << lock->HolderPid()
-                  << "); two watchers would deliver a holdings record twice\n";
-        return 1;
+    if (lock && !lock->Ok()) {
+        if (lock->Kind() == FaultKind::Held) {
+            std::cerr << "tesselex-cli: another TESSELEX program already watches '"
+                      << TextToUtf8(workfileText) << "' (process " << lock->Failure().Code
+                      << "); two watchers would deliver a holdings record twice\n";
+            return 1;
+        }
+        // Unguarded polling still delivers; exporting nothing would lose the records.
+        engine.Log().ShowStatus(LockNotMadeMessage(workfile, lock->Failure()), true);
     }
-    std::cerr << "tesselex-cli: watching '" << TextToUtf8(engine.Form().TxtFile.Text) << "'"
+    std::cerr << "tesselex-cli: watching '" << TextToUtf8(workfileText) << "'"
               << (once ? " once" : " every second (Ctrl+C ends)") << '\n';
     while (!StopRequested()) {
-        if (engine.Form().Timer1.Enabled) {
-            engine.Timer1_Timer();
-        }
+        engine.Poll();
         if (once) {
             break;
         }
@@ -90,11 +95,8 @@ int Fetch(const std::vector<std::string>& args) {
     Settings settings;
     ExportEngine engine(settings);
     StatusPrinter printer(engine);
-    engine.LoadConfig();
-    if (!args.empty()) {
-        engine.Form().txtBibId.Text = Utf8ToText(args[0]);
-    }
-    engine.Command1_Click();
+    engine.Start();
+    (void)engine.Export(args.empty() ? engine.State().BibId : Utf8ToText(args[0]));
     return printer.Errors() > 0 ? 1 : 0;
 }
 
@@ -104,9 +106,8 @@ int Request(const std::vector<std::string>& args) {
     }
     Settings settings;
     ExportEngine engine(settings);
-    engine.LoadConfig();
-    engine.Form().txtBibId.Text = Utf8ToText(args[0]);
-    std::cout << TextToUtf8(engine.BuildRequest()) << '\n';
+    engine.Start();
+    std::cout << TextToUtf8(engine.RequestFor(Utf8ToText(args[0]))) << '\n';
     return 0;
 }
 

@@ -15,6 +15,7 @@
 #include "config/Utf.h"
 #include "marc/MarcObject.h"
 #include "marc/MarcObjectFields.h"
+#include "marc/RecordReader.h"
 
 namespace tesselex {
 namespace {
@@ -47,28 +48,6 @@ std::u16string BadRecordMessage() {
            u"hade felaktigt format.";
 }
 
-std::vector<std::u16string> SplitRecords(std::u16string_view reply) {
-    std::vector<std::u16string> records;
-    std::size_t start = 0;
-    while (start < reply.size()) {
-        std::size_t end = reply.find(RecordTerminator, start);
-        if (end == std::u16string_view::npos) {
-            end = reply.size();
-        }
-        if (end > start) {
-            std::u16string record(reply.substr(start, end - start));
-            record.push_back(RecordTerminator);
-            records.push_back(std::move(record));
-        }
-        start = end + 1;
-    }
-    return records;
-}
-
-bool IsWellFormed(std::u16string_view record) {
-    return Val(record.substr(0, 5)) == static_cast<double>(record.size());
-}
-
 std::u16string ExportEngine::BuildRequest() const {
     return tesselex::BuildRequest(OptionsOf(form_), form_.txtBibId.Text, *urlConfig_);
 }
@@ -88,20 +67,31 @@ void ExportEngine::Timer1_Timer() {
         return;  // exported already (docs/behaviour.md)
     }
     form_.Timer1.Enabled = false;
-    try {
-        Record().SourceIsUTF8 = false;
-        Record().Import(contents);
-    } catch (const std::exception&) {
-    }
-    try {
-        form_.txtBibId.Text = Record().MarcFields()->Field(4)->Value();
+    const Outcome<std::u16string> bibId = WorkfileBibId(contents);
+    if (!bibId) {
+        log_.Report(
+            u"Arbetsfilen " + PathToText(workfile) + u" kunde inte läsas: " + bibId.Reason() + u".",
+            true);
+    } else {
+        // A workfile without a usable link is removed without a word (docs/behaviour.md).
+        form_.txtBibId.Text = bibId.Value();
         if (Val(form_.txtBibId.Text) > 0) {
-            ExportRecord();
+            (void)RunExport();
             form_.Command1.Enabled = true;
         }
-    } catch (const std::exception&) {
     }
     form_.Timer1.Enabled = true;
+}
+
+Outcome<std::u16string> ExportEngine::WorkfileBibId(std::u16string_view contents) {
+    try {
+        MarcObject& record = Record();
+        record.SourceIsUTF8 = false;
+        record.Import(contents);
+        return record.MarcFields()->Field(4)->Value();
+    } catch (const std::exception& e) {
+        return Fault{FaultKind::BadData, Utf8ToText(e.what()), 0};
+    }
 }
 
 bool ExportEngine::RemoveWorkfile(const std::filesystem::path& workfile,
@@ -180,10 +170,10 @@ ExportReport ExportEngine::RunExport() {
         } else {
             std::vector<std::u16string> kept;
             std::u16string exportText;
-            for (std::u16string& record : SplitRecords(reply.Body)) {
-                if (IsWellFormed(record)) {
-                    exportText += record;
-                    kept.push_back(std::move(record));
+            for (ReplyRecord& record : SplitReply(reply.Body)) {
+                if (record.WellFormed) {
+                    exportText += record.Bytes;
+                    kept.push_back(std::move(record.Bytes));
                 } else {
                     std::u16string message = BadRecordMessage();
                     log_.WriteLog(message, true);

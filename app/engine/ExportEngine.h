@@ -159,6 +159,9 @@ class ExportEngine {
     void RefreshDisplay(std::vector<std::u16string> records, ExportReport& report);
     void UpdateClearOption();
     MarcObject& Record();
+    // The bib id the workfile's 004 links to ("" without one); a fault when the record model
+    // cannot read the workfile at all.
+    Outcome<std::u16string> WorkfileBibId(std::u16string_view contents);
     // False while the workfile's record is incomplete and its size changed less than 5 s ago.
     bool WorkfileSettled(std::u16string_view contents);
     // Deletes the workfile. One that cannot be deleted is reported and false is answered, so
@@ -203,9 +206,5 @@ class ExportEngine {
 
 // "Post 0 ..." as a bad record of a reply is logged: the record counter it names is never set.
 std::u16string BadRecordMessage();
-// The reply split at the record terminator, each piece with its terminator put back.
-std::vector<std::u16string> SplitRecords(std::u16string_view reply);
-// True when the number in the first five characters equals the record's length.
-bool IsWellFormed(std::u16string_view record);
 
 }  // namespace tesselex

@@ -4,20 +4,44 @@
 #include <QDir>
 #include <QLockFile>
 #include <QStandardPaths>
+#include <cerrno>
 #include <system_error>
 
 #include "app/engine/QtText.h"
+#include "app/engine/WholeWrite.h"
+#include "config/CodePage.h"
 #include "config/Utf.h"
 
 namespace tesselex {
 namespace {
 
+// $XDG_RUNTIME_DIR as it is set: one that cannot hold the lock is reported, not silently
+// exchanged for another folder that a second program might not choose.
 std::filesystem::path RuntimeFolder() {
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (folder.isEmpty()) {
+        folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    }
     if (folder.isEmpty()) {
         folder = QDir::tempPath();
     }
     return std::filesystem::path(folder.toStdU16String());
+}
+
+std::unique_ptr<QLockFile> LockFile(const std::filesystem::path& lockPath,
+                                    std::error_code& folderError) {
+    std::filesystem::create_directories(lockPath.parent_path(), folderError);
+    auto lock = std::make_unique<QLockFile>(ToQString(lockPath));
+    // Age alone never makes a lock stale: a watcher runs for days. A dead holder does.
+    lock->setStaleLockTime(0);
+    return lock;
+}
+
+long long HolderOf(QLockFile& lock) {
+    qint64 pid = 0;
+    QString host;
+    QString app;
+    return lock.getLockInfo(&pid, &host, &app) ? pid : 0;
 }
 
 }  // namespace
@@ -35,29 +59,52 @@ std::filesystem::path WatchLock::LockPath(const std::filesystem::path& workfile)
     return RuntimeFolder() / ("tesselex-watch-" + key.toStdString() + ".lock");
 }
 
-WatchLock::WatchLock(const std::filesystem::path& workfile)
-    : lock_(std::make_unique<QLockFile>(ToQString(LockPath(workfile)))) {
-    std::error_code ec;
-    std::filesystem::create_directories(LockPath(workfile).parent_path(), ec);
-    // Age alone never makes a lock stale: a watcher runs for days. A dead holder does.
-    lock_->setStaleLockTime(0);
+Outcome<WatchLock> WatchLock::Take(const std::filesystem::path& workfile) {
+    return TakeAt(LockPath(workfile));
+}
+
+Outcome<WatchLock> WatchLock::TakeAt(const std::filesystem::path& lockPath) {
+    std::error_code folderError;
+    std::unique_ptr<QLockFile> lock = LockFile(lockPath, folderError);
+    if (lock->tryLock(0)) {
+        return WatchLock(std::move(lock));
+    }
+    if (lock->error() == QLockFile::LockFailedError) {
+        return Fault{FaultKind::Held, u"", static_cast<int>(HolderOf(*lock))};
+    }
+    // The lock file's own error has no system number; the folder's says more when it failed.
+    const int error = folderError                                   ? folderError.value()
+                      : lock->error() == QLockFile::PermissionError ? EACCES
+                                                                    : EIO;
+    return Fault{FaultKind::FileSystem, AnsiToText(SystemReason(error)), error};
+}
+
+WatchLock::WatchLock(std::unique_ptr<QLockFile> lock) : lock_(std::move(lock)), held_(true) {}
+
+WatchLock::WatchLock(const std::filesystem::path& workfile) {
+    std::error_code folderError;
+    lock_ = LockFile(LockPath(workfile), folderError);
     held_ = lock_->tryLock(0);
     if (!held_) {
-        qint64 pid = 0;
-        QString host;
-        QString app;
-        if (lock_->getLockInfo(&pid, &host, &app)) {
-            holderPid_ = pid;
-        }
+        holderPid_ = HolderOf(*lock_);
     }
 }
 
 WatchLock::~WatchLock() = default;
+WatchLock::WatchLock(WatchLock&&) noexcept = default;
+WatchLock& WatchLock::operator=(WatchLock&&) noexcept = default;
 
 std::u16string WatchedElsewhereMessage(const std::filesystem::path& workfile) {
     return u"Arbetsfilen " + PathToText(workfile) +
            u" bevakas redan av ett annat TESSELEX-program; den här kopian hämtar inga poster "
            u"från den.";
+}
+
+std::u16string LockNotMadeMessage(const std::filesystem::path& workfile, const Fault& fault) {
+    return u"Låset för arbetsfilen " + PathToText(workfile) + u" kunde inte skapas: " +
+           fault.Reason +
+           u". Arbetsfilen bevakas ändå; bevakas den också av ett annat "
+           u"TESSELEX-program kan en post levereras två gånger.";
 }
 
 }  // namespace tesselex

@@ -9,17 +9,27 @@
 #include <memory>
 #include <string>
 
+#include "config/Outcome.h"
+
 class QLockFile;
 
 namespace tesselex {
 
 class WatchLock {
   public:
-    // Tries once, at once; Held() tells whether it was taken.
+    // Takes the lock at once. Held: another program has it (Code: its process id, 0 when
+    // unknown); the program stays out. FileSystem: the lock file cannot be made (Reason: the
+    // system's words); the program polls anyway, unguarded, rather than export nothing.
+    [[nodiscard]] static Outcome<WatchLock> Take(const std::filesystem::path& workfile);
+    // The same with the lock file named.
+    [[nodiscard]] static Outcome<WatchLock> TakeAt(const std::filesystem::path& lockPath);
+
+    // Tries once, at once; Held() tells whether it was taken (the window's form, until it moves
+    // onto Take).
     explicit WatchLock(const std::filesystem::path& workfile);
     ~WatchLock();
-    WatchLock(const WatchLock&) = delete;
-    WatchLock& operator=(const WatchLock&) = delete;
+    WatchLock(WatchLock&&) noexcept;
+    WatchLock& operator=(WatchLock&&) noexcept;
 
     bool Held() const { return held_; }
     // The process holding the lock when this one did not get it (0 when unknown).
@@ -29,6 +39,8 @@ class WatchLock {
     static std::filesystem::path LockPath(const std::filesystem::path& workfile);
 
   private:
+    explicit WatchLock(std::unique_ptr<QLockFile> lock);
+
     std::unique_ptr<QLockFile> lock_;
     bool held_ = false;
     long long holderPid_ = 0;
@@ -36,5 +48,7 @@ class WatchLock {
 
 // The status line (window) and stderr text (tesselex-cli) of a workfile someone else watches.
 std::u16string WatchedElsewhereMessage(const std::filesystem::path& workfile);
+// The error status line of a workfile whose lock cannot be made.
+std::u16string LockNotMadeMessage(const std::filesystem::path& workfile, const Fault& fault);
 
 }  // namespace tesselex

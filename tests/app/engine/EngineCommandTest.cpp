@@ -118,6 +118,22 @@ TEST_F(EngineCommandTest, WatchOnceRunsTheWholeCycleAndFetchRepeatsTheLastBibId)
     EXPECT_EQ(ReadBytes(destination_), SampleReply() + SampleReply());
 }
 
+TEST_F(EngineCommandTest, AWatchLockThatCannotBeMadeIsAnErrorLineAndTheWorkfileIsStillExported) {
+    // The runtime folder lies below a regular file: no lock file can be made there, not even by
+    // root.
+    const std::string file = (dir_ / "not-a-folder").string();
+    WriteBytes(file, "");
+    WriteBytes(workfile_, ReadBytes(sampleWorkfile_));
+    const CliResult result =
+        Shell("XDG_RUNTIME_DIR='" + file + "/run' \"$CLI\" watch --once 2>/dev/null");
+    EXPECT_EQ(result.Status, 1) << "an error line was shown";
+    EXPECT_NE(result.Out.find("\tL\xC3\xA5set f\xC3\xB6r arbetsfilen " + workfile_.string() +
+                              " kunde inte skapas: Not a directory. Arbetsfilen bevakas"),
+              std::string::npos)
+        << result.Out;
+    EXPECT_EQ(ReadBytes(destination_), SampleReply());
+}
+
 TEST_F(EngineCommandTest, TheFtpPasswordIsInNoStatusLineLogOrMessage) {
     const std::string password = "Pw-7qZx3-hemlis";
     test::LoopbackFtpServer ftp("tester", password);

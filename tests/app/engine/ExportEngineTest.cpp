@@ -9,6 +9,7 @@
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Utf.h"
+#include "marc/RecordReader.h"
 #include "tests/app/engine/EngineFixture.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/LoopbackFtpServer.h"
@@ -46,7 +47,6 @@ TEST_F(ExportEngineTest, AWorkfileBecomesADeliveredFileInReplyOrder) {
 
     EXPECT_FALSE(std::filesystem::exists(workfile_));
     // One bibliographic record and its two holdings records, in one append, as sent.
-    ASSERT_EQ(SplitRecords(AnsiToText(SampleReply())).size(), 3U);
     EXPECT_EQ(Delivered(), SampleReply());
     ASSERT_EQ(ExportRequests().size(), 1U);
     EXPECT_NE(ExportRequests()[0].find("bibid=" + bibId_), std::string::npos);
@@ -81,16 +81,16 @@ TEST_F(ExportEngineTest, AWorkfileBecomesADeliveredFileInReplyOrder) {
 
 TEST_F(ExportEngineTest, ABadRecordIsDroppedAndLoggedWhileItsNeighboursAreDelivered) {
     settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
-    const std::vector<std::u16string> records = SplitRecords(AnsiToText(SampleReply()));
-    std::string broken = TextToAnsi(records[1]);
+    const std::vector<ReplyRecord> records = SplitReply(AnsiToText(SampleReply()));
+    std::string broken = TextToAnsi(records[1].Bytes);
     broken.erase(30, 1);  // the leader's length is now off by one
-    server_.SetReply(bibId_, TextToAnsi(records[0]) + broken + TextToAnsi(records[2]));
+    server_.SetReply(bibId_, TextToAnsi(records[0].Bytes) + broken + TextToAnsi(records[2].Bytes));
     ExportEngine& engine = StartUp();
     test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
 
     engine.Poll();
 
-    EXPECT_EQ(Delivered(), TextToAnsi(records[0] + records[2]));
+    EXPECT_EQ(Delivered(), TextToAnsi(records[0].Bytes + records[2].Bytes));
     EXPECT_EQ(BadRecordLines(), 1U);
     EXPECT_NE(ReadLog(true).find("best\xE5nds-"), std::string::npos) << "logged in Windows-1252";
     EXPECT_EQ(lines_.size(), 1U) << "logged only: the one status line is the delivery's";

@@ -98,5 +98,26 @@ TEST(RecordReaderTest, LengthCheckComparesTheStatedWithTheRealLength) {
     EXPECT_TRUE(RecordLengthMatches("   11abcde\x1D")) << "blanks around the number are read";
 }
 
+TEST(RecordReaderTest, ARepliesRecordsAreTheReadersLessEmptyOnesEachChecked) {
+    // The reader's pieces of Input, less the lone terminator, the last one terminated.
+    const auto records = SplitReply(
+        u"\x1D"
+        u"00010abcd\x1D"
+        u"00012abcdef\x1D"
+        u"\x1D"
+        u"tail");
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(records[0].Bytes, u"00010abcd\x1D");
+    EXPECT_TRUE(records[0].WellFormed);
+    EXPECT_TRUE(records[1].WellFormed);
+    EXPECT_EQ(records[2].Bytes, u"tail\x1D");
+    EXPECT_FALSE(records[2].WellFormed);
+    // A stated length of two is no record of two bytes; a long run stays whole.
+    EXPECT_FALSE(SplitReply(u"2\x1D")[0].WellFormed);
+    const std::u16string run = u"00042" + std::u16string(std::size_t{20} << 20, u'x');
+    ASSERT_EQ(SplitReply(run).size(), 1u);
+    EXPECT_TRUE(SplitReply(u"").empty());
+}
+
 }  // namespace
 }  // namespace tesselex
