@@ -90,20 +90,6 @@ ExportEngine& EngineFixture::StartUp(EngineSeams seams) {
     return *engine_;
 }
 
-ExportReport EngineFixture::FetchNow(const std::u16string& bibId) {
-    return engine_->Export(bibId);
-}
-
-std::vector<DisplayField> EngineFixture::Rows() const {
-    std::vector<DisplayField> rows;
-    if (!reports_.empty()) {
-        for (const KeptRecord& record : reports_.back().Records) {
-            rows.insert(rows.end(), record.Rows.begin(), record.Rows.end());
-        }
-    }
-    return rows;
-}
-
 std::string EngineFixture::SampleReply(const std::string& holdings) const {
     return server_.ExportReply(bibId_, holdings);
 }

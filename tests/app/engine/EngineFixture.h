@@ -38,10 +38,6 @@ class EngineFixture : public ::testing::Test {
     // Creates the engine (the workfile named through cat.ini) and runs start-up; the clock is
     // now_ and the messages go to messages_ unless the seams bring their own.
     ExportEngine& StartUp(EngineSeams seams = {});
-    // A manual export of the bib id.
-    ExportReport FetchNow(const std::u16string& bibId = u"12515882");
-    // The grid rows of the last export's records, record after record.
-    std::vector<DisplayField> Rows() const;
     std::string SampleReply(const std::string& holdings = "interleaved") const;
     std::string Delivered() const;  // "" when nothing was delivered
     std::vector<std::string> ExportRequests() const;

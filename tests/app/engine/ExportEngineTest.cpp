@@ -75,28 +75,6 @@ TEST_F(ExportEngineTest, AWorkfileBecomesADeliveredFileInReplyOrder) {
     EXPECT_NE(last.Html.find(u"<"), std::u16string::npos);
 }
 
-TEST_F(ExportEngineTest, ABadRecordIsDroppedAndLoggedWhileItsNeighboursAreDelivered) {
-    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
-    const std::vector<ReplyRecord> records = SplitReply(AnsiToText(SampleReply()));
-    std::string broken = TextToAnsi(records[1].Bytes);
-    broken.erase(30, 1);  // the leader's length is now off by one
-    server_.SetReply(bibId_, TextToAnsi(records[0].Bytes) + broken + TextToAnsi(records[2].Bytes));
-    ExportEngine& engine = StartUp();
-    test::PlaceFile(workfile_, test::HoldingsRecord(bibId_));
-
-    engine.Poll();
-
-    EXPECT_EQ(Delivered(), TextToAnsi(records[0].Bytes + records[2].Bytes));
-    EXPECT_EQ(BadRecordLines(), 1U);
-    EXPECT_NE(ReadLog(true).find("best\xE5nds-"), std::string::npos) << "logged in Windows-1252";
-    EXPECT_EQ(lines_.size(), 1U) << "logged only: the one status line is the delivery's";
-    ASSERT_EQ(reports_.size(), 1U);
-    EXPECT_TRUE(reports_[0].Delivered());
-    EXPECT_EQ(reports_[0].Records.size(), 2U);
-    ASSERT_EQ(reports_[0].Failures.size(), 1U);
-    EXPECT_EQ(reports_[0].Failures[0].Kind, FaultKind::BadData);
-}
-
 TEST_F(ExportEngineTest, AWorkfileStillBeingWrittenWaitsUntilCompleteOrFiveSecondsStill) {
     now_ = {2024, 5, 7, 23, 59, 58};  // the wait runs over midnight
     ExportEngine& engine = StartUp();
@@ -141,7 +119,7 @@ TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch
     };
     // The working record now holds a holdings record linked to the sample: none of the files
     // below may bring that link back.
-    FetchNow();
+    engine_->Export(u"12515882");
     const std::string holdings = test::HoldingsRecord(bibId_);
     std::string huge;
     while (huge.size() < (std::size_t{32} << 20)) {
@@ -202,6 +180,12 @@ TEST_F(ExportEngineTest, FailedExportsSayWhyAndDeliverOnlyGoodRecords) {
     const std::string good = SampleReply("none");
     std::string huge(std::size_t{50} << 20, 'x');
     huge.replace(0, 5, "00042");
+    const std::vector<ReplyRecord> records = SplitReply(AnsiToText(SampleReply()));
+    std::string broken = TextToAnsi(records[1].Bytes);
+    broken.erase(30, 1);  // the leader's length is now off by one
+    const std::string outer = TextToAnsi(records[0].Bytes + records[2].Bytes);
+    const std::string neighbours =
+        outer.substr(0, records[0].Bytes.size()) + broken + outer.substr(records[0].Bytes.size());
     const std::u16string noRecord =
         u"Post #12515882 kunde inte hämtas: svaret innehöll ingen korrekt post.";
     const struct {
@@ -213,6 +197,7 @@ TEST_F(ExportEngineTest, FailedExportsSayWhyAndDeliverOnlyGoodRecords) {
         std::u16string Error;  // the error status line, "" for a delivery
         FaultKind Kind;        // the report's last fault
     } cases[] = {
+        {"a bad record between good ones", neighbours, 200, outer, 1, u"", FaultKind::BadData},
         {"50 MB after a good record", good + huge, 200, good, 1, u"", FaultKind::BadData},
         {"no final terminator", good.substr(0, good.size() - 1), 200, good, 0, u"",
          FaultKind::BadData},
@@ -266,6 +251,7 @@ TEST_F(ExportEngineTest, FailedExportsSayWhyAndDeliverOnlyGoodRecords) {
             EXPECT_NE(ReadLog(true).find(TextToAnsi(c.Error) + "\r\n"), std::string::npos);
         }
     }
+    EXPECT_NE(ReadLog(true).find("best\xE5nds-"), std::string::npos) << "logged in Windows-1252";
     EXPECT_EQ(engine.State().BibId, u"12515882");
     EXPECT_FALSE(engine.State().Busy);
 }
@@ -279,7 +265,7 @@ TEST_F(ExportEngineTest, AnExportThatFailsHalfWayIsAFaultAndAnErrorLine) {
         return FetchUrl(address);
     };
     StartUp(std::move(seams));
-    const ExportReport report = FetchNow();
+    const ExportReport report = engine_->Export(u"12515882");
     ASSERT_EQ(report.Failures.size(), 1U);
     EXPECT_EQ(report.Failures[0].Reason, u"out of memory");
     ASSERT_EQ(lines_.size(), 1U);
@@ -300,7 +286,7 @@ TEST_F(ExportEngineTest, TheRequestTableFallsBackToTheLocalFileWhileTheServerIsD
     ExportEngine& engine = StartUp();
     EXPECT_TRUE(engine.ServerNotice().empty());
     EXPECT_TRUE(server_.Requests().empty());
-    FetchNow();
+    engine_->Export(u"12515882");
     EXPECT_EQ(Delivered(), SampleReply());
 
     // The server address dialog's new address is written and used at once.
@@ -500,8 +486,8 @@ TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
     ExportEngine& engine = StartUp();
     for (const Characters charset : {Characters::Latin1, Characters::Utf8Composed}) {
         engine.SetOption(Option::Characters, charset);
-        FetchNow(u"1001");
-        const std::vector<DisplayField> rows = Rows();
+        engine.Export(u"1001");
+        const std::vector<DisplayField>& rows = reports_.back().Records.at(0).Rows;
         ASSERT_EQ(rows.size(), 3U);
         const DisplayField& title = rows[2];
         EXPECT_EQ(title.Tag + title.Indicator1 + title.Indicator2, u"24510");
@@ -557,7 +543,7 @@ TEST_F(ExportEngineFtpTest, AFailedSaveSkipsTheUploadAndARefusedLoginKeepsTheFil
     ExportEngine& engine = StartUp();
     const std::u16string missing = PathToText(dir_ / "missing" / "out.mrc");
     engine.SetOption(Option::Destination, missing);
-    const ExportReport failed = FetchNow();
+    const ExportReport failed = engine_->Export(u"12515882");
     EXPECT_FALSE(failed.Upload.has_value()) << "the failed save only, no upload";
     ASSERT_EQ(failed.Failures.size(), 1U);
     EXPECT_EQ(failed.Failures[0].Kind, FaultKind::FileSystem);
@@ -565,7 +551,7 @@ TEST_F(ExportEngineFtpTest, AFailedSaveSkipsTheUploadAndARefusedLoginKeepsTheFil
     EXPECT_EQ(lines_.size(), 1U);
 
     engine.SetOption(Option::Destination, PathToText(destination_));
-    const ExportReport refusedReport = FetchNow();
+    const ExportReport refusedReport = engine_->Export(u"12515882");
     EXPECT_FALSE(refusedReport.Delivered());
     EXPECT_EQ(refusedReport.Upload->Kind(), FaultKind::NoConnection);
     EXPECT_EQ(Delivered(), SampleReply());
