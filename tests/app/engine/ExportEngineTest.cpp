@@ -474,6 +474,14 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
     EXPECT_EQ(lines_.back().Message, u"Serveradressen kunde inte sparas till " +
                                          PathToText(home_ / "export.url") + u": Is a directory.");
     EXPECT_EQ(ReadBytes(home_ / "export.url"), address);
+
+    // Nor can the logs be kept where a file is in the way: said once, at start-up.
+    std::filesystem::remove_all(home_ / "Logs");
+    WriteBytes(home_ / "Logs", "");
+    engine.Start();
+    EXPECT_EQ(lines_.back().Message, u"Loggmappen " + PathToText(home_ / "Logs") +
+                                         u" kunde inte skapas: Not a directory.");
+    EXPECT_TRUE(lines_.back().IsError);
 }
 
 TEST_F(ExportEngineTest, UtfChoicesDecodeTheDisplayedRecordsFromUtf8) {
