@@ -2,9 +2,6 @@
 // folder (TESSELEX_HOME) and settings location (XDG_CONFIG_HOME).
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <cstdio>
 
 #include "tests/app/engine/EngineFixture.h"
 #include "tests/support/LoopbackFtpServer.h"
@@ -13,13 +10,9 @@
 namespace tesselex {
 namespace {
 
+using test::CliResult;
 using test::ReadBytes;
 using test::WriteBytes;
-
-struct CliResult {
-    int Status = -1;
-    std::string Out;
-};
 
 // The fixture's environment (TESSELEX_HOME, XDG_CONFIG_HOME) is what the program inherits.
 class EngineCommandTest : public test::EngineFixture {
@@ -29,22 +22,7 @@ class EngineCommandTest : public test::EngineFixture {
         Run("settings set Destination '" + destination_.string() + "'");
     }
 
-    // Runs a shell script in which $CLI is the program; stdout and the exit status come back.
-    CliResult Shell(const std::string& script) const {
-        const std::string command = std::string("CLI='") + TESSELEX_CLI_PATH + "'; " + script;
-        CliResult result;
-        FILE* pipe = popen(command.c_str(), "r");
-        if (pipe == nullptr) {
-            return result;
-        }
-        char buffer[4096];
-        for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-            result.Out.append(buffer, n);
-        }
-        const int status = pclose(pipe);
-        result.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        return result;
-    }
+    CliResult Shell(const std::string& script) const { return test::RunCliScript(script); }
     CliResult Run(const std::string& args) const {
         return Shell("\"$CLI\" " + args + " 2>>'" + (dir_ / "stderr.txt").string() + "'");
     }

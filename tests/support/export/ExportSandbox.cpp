@@ -1,0 +1,109 @@
+#include "tests/support/export/ExportSandbox.h"
+
+#include <sys/wait.h>
+
+#include <QSettings>
+#include <QStandardPaths>
+#include <cstdio>
+
+#include "config/Utf.h"
+#include "tests/support/Digits.h"
+#include "tests/support/TestData.h"
+
+namespace tesselex::test {
+
+std::string BuildRecord(const std::vector<std::pair<std::string, std::string>>& fields, char type) {
+    std::string directory;
+    std::string body;
+    for (const auto& [tag, data] : fields) {
+        const std::string field = data + '\x1E';
+        directory += tag + Digits(field.size(), 4) + Digits(body.size(), 5);
+        body += field;
+    }
+    const std::size_t base = 24 + directory.size() + 1;
+    const std::size_t length = base + body.size() + 1;
+    return Digits(length, 5) + 'n' + type + "  a22" + Digits(base, 5) + "1n 4500" + directory +
+           '\x1E' + body + '\x1D';
+}
+
+std::string HoldingsRecord(const std::string& link) {
+    std::vector<std::pair<std::string, std::string>> fields;
+    if (!link.empty()) {
+        fields.emplace_back("004", link);
+    }
+    fields.emplace_back("852",
+                        "  \x1F"
+                        "bTes");
+    return BuildRecord(fields);
+}
+
+void PlaceFile(const std::filesystem::path& path, const std::string& bytes) {
+    std::filesystem::path aside = path;
+    aside += ".part";
+    WriteBytes(aside, bytes);
+    std::filesystem::rename(aside, path);
+}
+
+CliResult RunCliScript(const std::string& script) {
+    const std::string command = std::string("CLI='") + TESSELEX_CLI_PATH + "'; " + script;
+    CliResult result;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr) {
+        return result;
+    }
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+        result.Out.append(buffer, n);
+    }
+    const int status = pclose(pipe);
+    result.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+ExportSandbox::ExportSandbox()
+    : home_(dir_ / "home"),
+      homeEnv_("TESSELEX_HOME", home_.string()),
+      configEnv_("XDG_CONFIG_HOME", (dir_ / "config").string()),
+      runtimeEnv_("XDG_RUNTIME_DIR", (dir_ / "run").string()),
+      // QSettings's own default for the user's settings, to put back at the end.
+      settingsPath_(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)),
+      workfile_(dir_ / "hold.wrk"),
+      destination_(dir_ / "out.mrc"),
+      server_(SourceDir() / "data") {
+    std::filesystem::create_directories(home_);
+    std::filesystem::create_directories(dir_ / "run");
+    std::filesystem::permissions(dir_ / "run", std::filesystem::perms::owner_all);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                       QString::fromStdString((dir_ / "config").string()));
+    server_.Start();
+    WriteBytes(home_ / "export.url",
+               "[InternetShortcut]\r\nURL=" + server_.Address("/config") + "\r\n");
+    WriteBytes(home_ / "cat.ini", "[Preferences]\r\nHoldWorkFile=" + workfile_.string() + "\r\n");
+    settings_ = std::make_unique<Settings>(dir_ / "settings.ini");
+    settings_->StoreSetting(SettingKey::Destination, PathToText(destination_));
+}
+
+ExportSandbox::~ExportSandbox() {
+    server_.Stop();
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsPath_);
+}
+
+std::string ExportSandbox::SampleReply(const std::string& holdings) const {
+    return server_.ExportReply(bibId_, holdings);
+}
+
+std::string ExportSandbox::Delivered() const {
+    return std::filesystem::exists(destination_) ? ReadBytes(destination_) : std::string();
+}
+
+std::vector<std::string> ExportSandbox::ExportRequests() const {
+    std::vector<std::string> result;
+    for (const std::string& target : server_.Requests()) {
+        if (target.starts_with("/export")) {
+            result.push_back(target);
+        }
+    }
+    return result;
+}
+
+}  // namespace tesselex::test
