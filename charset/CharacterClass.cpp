@@ -1,3 +1,4 @@
+#include "config/EmptyOnFailure.h"
 #include "charset/CharacterClass.h"
 
 #include <algorithm>
@@ -277,12 +278,7 @@ void CharacterClass::PrintCharacterMap(PageOutput& out, std::u16string_view from
     constexpr std::int32_t kToColumn = 1000;
     constexpr std::int32_t kCommentColumn = 2000;
     // A printer error never stops the listing.
-    auto attempt = [](auto&& call) {
-        try {
-            call();
-        } catch (...) {
-        }
-    };
+    auto attempt = [](auto&& call) { EmptyOnFailure(call); };
     std::int32_t lineHeight = 0;
     attempt([&] { out.SetFont(fromCharFontname, kFontSize); });
     attempt([&] { lineHeight = out.TextHeight(u"W"); });

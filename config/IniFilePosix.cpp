@@ -11,6 +11,7 @@
 
 #include <string>
 
+#include "config/EmptyOnFailure.h"
 #include "config/CodePage.h"
 #include "config/Platform.h"
 #include "config/SharedRoutines.h"
@@ -72,15 +73,13 @@ std::u16string ProfileValue(std::u16string_view text, std::u16string_view sectio
 
 std::u16string ReadIniValue(const std::filesystem::path& file, std::u16string_view section,
                             std::u16string_view key) {
-    try {
+    return EmptyOnFailure([&] {
         const std::u16string name = PathToText(file);
         const bool bare = name.find_first_of(u"/\\") == std::u16string::npos;
         const std::u16string text = ReadWholeFile(bare ? WindowsFolder() / file : file);
         const std::u16string value = ProfileValue(text, section, key);
         return value.size() > 1 ? value : std::u16string();
-    } catch (const std::exception&) {
-        return {};
-    }
+    });
 }
 
 }  // namespace tesselex

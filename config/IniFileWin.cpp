@@ -7,25 +7,24 @@
 
 #include <string>
 
+#include "config/EmptyOnFailure.h"
 #include "config/SharedRoutines.h"
 
 namespace tesselex {
 
 std::u16string ReadIniValue(const std::filesystem::path& file, std::u16string_view section,
                             std::u16string_view key) {
-    try {
+    return EmptyOnFailure([&] {
         const std::wstring wideSection(section.begin(), section.end());
         const std::wstring wideKey(key.begin(), key.end());
         wchar_t buffer[255] = {};
         const DWORD length = GetPrivateProfileStringW(
             wideSection.c_str(), wideKey.c_str(), L"\u00A7", buffer, 255, file.wstring().c_str());
         if (length <= 1) {
-            return {};
+            return std::u16string();
         }
         return std::u16string(reinterpret_cast<const char16_t*>(buffer), length);
-    } catch (const std::exception&) {
-        return {};
-    }
+    });
 }
 
 }  // namespace tesselex

@@ -2,6 +2,7 @@
 
 #include "config/CodePage.h"
 
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -274,11 +275,11 @@ double ReadNumber(std::u16string_view text, std::size_t pos, std::size_t& end, b
         }
     }
     double value = 0;
-    try {
-        value = std::stod(number);
-    } catch (const std::out_of_range&) {
+    const auto [rest, failure] = std::from_chars(number.data(), number.data() + number.size(), value);
+    (void)rest;
+    if (failure == std::errc::result_out_of_range) {
         value = std::numeric_limits<double>::infinity();
-    } catch (const std::invalid_argument&) {
+    } else if (failure != std::errc()) {
         value = 0;
     }
     return negative ? -value : value;

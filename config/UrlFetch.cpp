@@ -5,6 +5,7 @@
 #include <fstream>
 #include <string>
 
+#include "config/EmptyOnFailure.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
@@ -13,12 +14,11 @@
 namespace tesselex {
 
 UrlHandle OpenUrl(std::u16string_view address) {
-    try {
+    // The described fetch answers nothing when it cannot connect; FetchUrlResult tells why.
+    return EmptyOnFailure([&]() -> UrlHandle {
         auto request = std::make_shared<UrlRequest>();
         return request->Start(address, kTransferLimit) ? request : nullptr;
-    } catch (const std::exception&) {
-        return nullptr;
-    }
+    });
 }
 
 bool ReadChunk(UrlHandle& handle, std::u16string& chunk) {
@@ -26,14 +26,10 @@ bool ReadChunk(UrlHandle& handle, std::u16string& chunk) {
     if (!handle) {
         return false;
     }
-    try {
-        const std::string bytes = handle->Read();
-        if (!bytes.empty()) {
-            chunk = AnsiToText(bytes);
-            return true;
-        }
-    } catch (const std::exception&) {
-        chunk.clear();
+    const std::string bytes = EmptyOnFailure([&] { return handle->Read(); });
+    if (!bytes.empty()) {
+        chunk = AnsiToText(bytes);
+        return true;
     }
     handle.reset();
     return false;

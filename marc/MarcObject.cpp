@@ -1,3 +1,4 @@
+#include "config/EmptyOnFailure.h"
 #include "marc/MarcObject.h"
 
 #include <algorithm>
@@ -419,11 +420,8 @@ std::shared_ptr<CfgClass> LoadConfig(std::u16string_view fileName, std::u16strin
     auto config = std::make_shared<CfgClass>();
     const std::filesystem::path path = ResolveInProgramFolder(TextToPath(fileName));
     keptPath = PathToText(path);
-    try {
-        config->Load(keptPath);
-    } catch (const Error&) {
-        // A faulty configuration (a section given twice) keeps what was read before the fault.
-    }
+    // A faulty configuration (a section given twice) keeps what was read before the fault.
+    EmptyOnFailure([&] { config->Load(keptPath); });
     return config;
 }
 
