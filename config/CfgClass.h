@@ -12,6 +12,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "config/MessageSink.h"
+
 namespace tesselex {
 
 class CfgRecord {
@@ -26,6 +28,9 @@ using CfgRecordPtr = std::shared_ptr<CfgRecord>;
 
 class CfgClass {
   public:
+    // The sink shows what loading reports (a key given twice); stderr when none is given.
+    explicit CfgClass(MessageSink messages = {}) : messages_(std::move(messages)) {}
+
     // Section names in the order of their headers.
     const std::vector<std::u16string>& Sections() const { return sections_; }
 
@@ -79,6 +84,7 @@ class CfgClass {
     void ReadLine(std::u16string_view line, std::u16string& currentSection);
     void ReadText(std::u16string_view text);
 
+    MessageSink messages_;
     std::vector<std::u16string> sections_;
     std::vector<CfgRecordPtr> items_;
     // Full keys and section names folded to lower case, for the case-insensitive look-ups.

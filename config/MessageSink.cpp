@@ -6,11 +6,11 @@
 #include "config/Utf.h"
 
 namespace tesselex {
-namespace {
-
-void WriteToStderr(const std::u16string& title, const std::u16string& text) {
+void WriteMessageToStderr(const std::u16string& title, const std::u16string& text) {
     std::cerr << TextToUtf8(title) << ": " << TextToUtf8(text) << '\n';
 }
+
+namespace {
 
 // The one replaceable sink; guarded because tests install sinks from fixtures.
 std::mutex& SinkMutex() {
@@ -19,7 +19,7 @@ std::mutex& SinkMutex() {
 }
 
 MessageSink& CurrentSink() {
-    static MessageSink sink = WriteToStderr;
+    static MessageSink sink = WriteMessageToStderr;
     return sink;
 }
 
@@ -28,7 +28,7 @@ MessageSink& CurrentSink() {
 MessageSink SetMessageSink(MessageSink sink) {
     std::lock_guard lock(SinkMutex());
     MessageSink previous = std::move(CurrentSink());
-    CurrentSink() = sink ? std::move(sink) : MessageSink(WriteToStderr);
+    CurrentSink() = sink ? std::move(sink) : MessageSink(WriteMessageToStderr);
     return previous;
 }
 

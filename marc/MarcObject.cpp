@@ -416,8 +416,9 @@ std::u16string MarcObject::PubDate() const {
 
 namespace {
 
-std::shared_ptr<CfgClass> LoadConfig(std::u16string_view fileName, std::u16string& keptPath) {
-    auto config = std::make_shared<CfgClass>();
+std::shared_ptr<CfgClass> LoadConfig(std::u16string_view fileName, std::u16string& keptPath,
+                                     const MessageSink& messages) {
+    auto config = std::make_shared<CfgClass>(messages);
     const std::filesystem::path path = ResolveInProgramFolder(TextToPath(fileName));
     keptPath = PathToText(path);
     // A faulty configuration (a section given twice) keeps what was read before the fault.
@@ -428,11 +429,11 @@ std::shared_ptr<CfgClass> LoadConfig(std::u16string_view fileName, std::u16strin
 }  // namespace
 
 void MarcObject::OPACConfigFile(std::u16string_view fileName) {
-    opacConfig_ = LoadConfig(fileName, opacConfigPath_);
+    opacConfig_ = LoadConfig(fileName, opacConfigPath_, messages_);
 }
 
 void MarcObject::OPACConfigFileBrief(std::u16string_view fileName) {
-    briefConfig_ = LoadConfig(fileName, briefConfigPath_);
+    briefConfig_ = LoadConfig(fileName, briefConfigPath_, messages_);
 }
 
 std::u16string MarcObject::MainEntry() const {

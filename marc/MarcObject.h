@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "config/MessageSink.h"
+
 namespace tesselex {
 
 class MarcObjectFields;
@@ -82,6 +84,8 @@ class MarcObject {
     // Characters 8-15 of the first 008 (the two dates) when it is longer than 16; else "".
     std::u16string PubDate() const;
 
+    // Where loading a display configuration reports a fault (stderr when not set).
+    void SetMessageSink(MessageSink messages) { messages_ = std::move(messages); }
     // The display configurations. A name without a path separator is taken from the program
     // folder. The path is kept; a missing file loads nothing.
     void OPACConfigFile(std::u16string_view fileName);
@@ -114,6 +118,7 @@ class MarcObject {
     std::u16string opacConfigPath_;
     std::shared_ptr<CfgClass> briefConfig_;
     std::u16string briefConfigPath_;
+    MessageSink messages_;
 };
 
 }  // namespace tesselex

@@ -36,12 +36,6 @@ std::optional<ErrorNumber> Raised(Action action) {
 // Catches what the configuration text would show in a message box.
 class CfgClassTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        previous_ = SetMessageSink([this](const std::u16string& title, const std::u16string& text) {
-            messages_.emplace_back(title, text);
-        });
-    }
-    void TearDown() override { SetMessageSink(previous_); }
 
     // Every item as "full key=value", in item order.
     static Names Items(const CfgClass& cfg) {
@@ -54,10 +48,15 @@ class CfgClassTest : public ::testing::Test {
     std::u16string Value(std::u16string_view key) const { return cfg_.Item(key)->Value; }
     std::u16string File(const char* name) const { return PathToText(dir_ / name); }
 
-    CfgClass cfg_;
-    TempDir dir_;
+    MessageSink Capture() {
+        return [this](const std::u16string& title, const std::u16string& text) {
+            messages_.emplace_back(title, text);
+        };
+    }
+
     std::vector<std::pair<std::u16string, std::u16string>> messages_;
-    MessageSink previous_;
+    CfgClass cfg_{Capture()};
+    TempDir dir_;
 };
 
 TEST_F(CfgClassTest, LinesAreClassifiedAndKeptAsTheyStand) {
@@ -84,7 +83,7 @@ TEST_F(CfgClassTest, LinesAreClassifiedAndKeptAsTheyStand) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(TextToUtf8(c.text));
-        CfgClass cfg;
+        CfgClass cfg(Capture());
         cfg.LoadFromString(c.text);
         EXPECT_EQ(Items(cfg), c.items);
         EXPECT_EQ(cfg.Sections(), c.sections);
