@@ -70,6 +70,11 @@ void ExportEngine::Message(const std::u16string& title, const std::u16string& te
     }
 }
 
+MessageSink ExportEngine::Messages() {
+    return
+        [this](const std::u16string& title, const std::u16string& text) { Message(title, text); };
+}
+
 void ExportEngine::Start() {
     LoadConfig();
     NotifyState();

@@ -29,14 +29,15 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
       programFolder_(FolderOf(seams_)),
       log_(programFolder_, ClockOf(seams_)),
       delivery_(log_, ClockOf(seams_), LoginOf(seams_)),
-      mainConfig_(std::make_unique<CfgClass>()),
-      urlConfig_(std::make_unique<CfgClass>()) {}
+      mainConfig_(std::make_unique<CfgClass>(Messages())),
+      urlConfig_(std::make_unique<CfgClass>(Messages())) {}
 
 ExportEngine::~ExportEngine() = default;
 
 MarcObject& ExportEngine::Record() {
     if (!record_) {
         record_ = std::make_unique<MarcObject>();
+        record_->SetMessageSink(Messages());
         if (!seams_.DisplayConfig.empty()) {
             record_->OPACConfigFile(seams_.DisplayConfig);
         }

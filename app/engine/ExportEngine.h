@@ -22,6 +22,7 @@
 #include "app/engine/FormState.h"
 #include "app/engine/Logger.h"
 #include "app/engine/SettingKeys.h"
+#include "config/MessageSink.h"
 
 namespace tesselex {
 
@@ -146,6 +147,8 @@ class ExportEngine {
     EngineState StateNow() const;
     bool AskYesNo(const std::u16string& question) const;
     void Message(const std::u16string& title, const std::u16string& text) const;
+    // Message as the sink of every configuration text and record the engine loads.
+    MessageSink Messages();
     // Stores a setting; a write that fails shows an error status line.
     void Store(SettingKey key, std::u16string_view value);
     void Store(std::u16string_view key, std::u16string_view value);

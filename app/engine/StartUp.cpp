@@ -72,17 +72,17 @@ void ExportEngine::LoadConfig() {
 }
 
 void ExportEngine::FetchRequestTable() {
-    CfgClass shortcut;
+    CfgClass shortcut(Messages());
     shortcut.Load(PathToText(ProgramFile(u"export.url")));
     shortcutAddress_ = shortcut.Item(u"InternetShortcut\\URL")->Value;
     serverNotice_ = shortcutAddress_.empty() ? std::u16string() : Fetch(shortcutAddress_);
 
-    mainConfig_ = std::make_unique<CfgClass>();
-    urlConfig_ = std::make_unique<CfgClass>();
+    mainConfig_ = std::make_unique<CfgClass>(Messages());
+    urlConfig_ = std::make_unique<CfgClass>(Messages());
     // The request table is the same address's reply; the notice fetched a moment ago is it.
     urlConfig_->LoadFromString(serverNotice_);
     if (urlConfig_->Item(u"baseURL")->Value.empty()) {
-        urlConfig_ = std::make_unique<CfgClass>();
+        urlConfig_ = std::make_unique<CfgClass>(Messages());
         urlConfig_->Load(PathToText(ProgramFile(u"ConfigURL.TXT")));
     }
 }
