@@ -88,20 +88,14 @@ std::optional<std::string> UploadBytes(const std::filesystem::path& local, bool 
     return bytes;
 }
 
-void Explain(FtpError* error, NetFailure failure, std::u16string reason) {
-    if (error != nullptr) {
-        *error = FtpError{failure, std::move(reason)};
-    }
-}
-
 // Only the server's no is a refusal; a session dropped or closed before the reply is no
 // connection. The reply code is named when the words do not name it already.
-void Explain(FtpError* error, const FtpTransferFailure& failure) {
-    NetFailure kind = NetFailure::NoConnection;
+Fault FaultOf(const FtpTransferFailure& failure) {
+    FaultKind kind = FaultKind::NoConnection;
     if (failure.TimedOut) {
-        kind = NetFailure::TimedOut;
+        kind = FaultKind::TimedOut;
     } else if (failure.Declined || failure.ServerReply >= 400) {
-        kind = NetFailure::Refused;
+        kind = FaultKind::Refused;
     }
     std::u16string words = failure.Words;
     if (failure.ServerReply >= 400) {
@@ -110,7 +104,22 @@ void Explain(FtpError* error, const FtpTransferFailure& failure) {
             words += u" (" + code + u")";
         }
     }
-    Explain(error, kind, std::move(words));
+    return Fault{kind, std::move(words), failure.ServerReply};
+}
+
+// The described routines answer a null handle or false; the words go to a caller who asks.
+void Explain(FtpError* error, const Fault* fault) {
+    if (error == nullptr) {
+        return;
+    }
+    if (fault == nullptr) {
+        *error = FtpError{};
+        return;
+    }
+    const NetFailure failure = fault->Kind == FaultKind::TimedOut  ? NetFailure::TimedOut
+                               : fault->Kind == FaultKind::Refused ? NetFailure::Refused
+                                                                   : NetFailure::NoConnection;
+    *error = FtpError{failure, fault->Reason};
 }
 
 // A platform call that throws (no memory, a name the platform cannot convert) fails like one
@@ -131,46 +140,52 @@ class FtpConnection {
     FtpTransfer Transfer;
 };
 
-FtpHandle FtpConnect(std::u16string_view server, std::u16string_view user,
-                     std::u16string_view password, FtpError* error, std::chrono::seconds limit) {
-    Explain(error, NetFailure::None, {});
+Outcome<FtpHandle> FtpOpen(std::u16string_view server, std::u16string_view user,
+                           std::u16string_view password, std::chrono::seconds limit) {
     const std::optional<FtpServerAddress> address = SplitServer(server);
     if (!address) {
-        Explain(error, NetFailure::NoConnection, u"no server");
-        return nullptr;
+        return Fault{FaultKind::NoConnection, u"no server"};
     }
     auto connection = std::make_shared<FtpConnection>();
     const auto wait = std::min<std::chrono::milliseconds>(kWait, limit);
     if (const auto failure = Guarded(
             [&] { return connection->Transfer.Connect(*address, user, password, wait, limit); })) {
-        Explain(error, *failure);
-        return nullptr;
+        return FaultOf(*failure);
     }
-    return connection;
+    return FtpHandle(std::move(connection));
+}
+
+Done FtpPut(const FtpHandle& handle, std::u16string_view remote,
+            const std::filesystem::path& local, bool ascii) {
+    if (!handle) {
+        return Fault{FaultKind::NoConnection, u"not connected"};
+    }
+    if (remote.empty()) {
+        return Fault{FaultKind::Refused, u"no remote name"};
+    }
+    const std::optional<std::string> bytes = UploadBytes(local, ascii);
+    if (!bytes) {
+        return Fault{FaultKind::Refused, u"local file cannot be read: " + local.u16string()};
+    }
+    if (const auto failure =
+            Guarded([&] { return handle->Transfer.Send(remote, *bytes, ascii); })) {
+        return FaultOf(*failure);
+    }
+    return {};
+}
+
+FtpHandle FtpConnect(std::u16string_view server, std::u16string_view user,
+                     std::u16string_view password, FtpError* error, std::chrono::seconds limit) {
+    Outcome<FtpHandle> connection = FtpOpen(server, user, password, limit);
+    Explain(error, connection ? nullptr : &connection.Failure());
+    return connection ? std::move(connection).Value() : nullptr;
 }
 
 bool FtpSend(const FtpHandle& handle, std::u16string_view remote,
              const std::filesystem::path& local, bool ascii, FtpError* error) {
-    Explain(error, NetFailure::None, {});
-    if (!handle) {
-        Explain(error, NetFailure::NoConnection, u"not connected");
-        return false;
-    }
-    if (remote.empty()) {
-        Explain(error, NetFailure::Refused, u"no remote name");
-        return false;
-    }
-    const std::optional<std::string> bytes = UploadBytes(local, ascii);
-    if (!bytes) {
-        Explain(error, NetFailure::Refused, u"local file cannot be read: " + local.u16string());
-        return false;
-    }
-    if (const auto failure =
-            Guarded([&] { return handle->Transfer.Send(remote, *bytes, ascii); })) {
-        Explain(error, *failure);
-        return false;
-    }
-    return true;
+    const Done sent = FtpPut(handle, remote, local, ascii);
+    Explain(error, sent ? nullptr : &sent.Failure());
+    return sent.Ok();
 }
 
 void FtpClose(FtpHandle& handle) {

@@ -11,7 +11,10 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <optional>
 #include <string_view>
+
+#include "config/Outcome.h"
 
 namespace tesselex {
 
@@ -53,6 +56,20 @@ struct FetchResult {
     std::u16string Reason;  // the transport's own words (English, for logs), empty on success
     bool Ok() const { return Failure == NetFailure::None; }
 };
+
+// A reply as it came: its status and its body, whatever the status.
+struct HttpReply {
+    int Status = 0;
+    std::u16string Body;  // 8-bit string
+    // A reply that brings nothing to use: a status of 400 or more (HttpStatus, with the status as
+    // its code) or not one byte of body (EmptyReply).
+    std::optional<Fault> Problem() const;
+};
+
+// The fetch, telling how it ended: no reply at all (no connection, not an http(s) address, the
+// time limit) is the fault; any reply is the value. It never runs longer than the limit.
+[[nodiscard]] Outcome<HttpReply> FetchReply(std::u16string_view address,
+                                            std::chrono::seconds limit = kTransferLimit);
 
 // An open HTTP request; a null handle is the failure value ("0").
 class UrlRequest;
@@ -118,5 +135,12 @@ bool FtpSend(const FtpHandle& handle, std::u16string_view remote,
              const std::filesystem::path& local, bool ascii, FtpError* error = nullptr);
 // Closes the connection (a null handle is ignored) and sets the handle to null.
 void FtpClose(FtpHandle& handle);
+// The same log-in and upload, telling why they failed: the server declined (Refused), the time
+// limit (TimedOut), anything else (NoConnection), each with the server's or the transport's words.
+[[nodiscard]] Outcome<FtpHandle> FtpOpen(std::u16string_view server, std::u16string_view user,
+                                         std::u16string_view password,
+                                         std::chrono::seconds limit = kTransferLimit);
+[[nodiscard]] Done FtpPut(const FtpHandle& handle, std::u16string_view remote,
+                          const std::filesystem::path& local, bool ascii);
 
 }  // namespace tesselex

@@ -53,35 +53,57 @@ std::u16string FetchUrl(std::u16string_view address) {
     return reply;
 }
 
-FetchResult FetchUrlResult(std::u16string_view address, std::chrono::seconds limit) {
-    FetchResult result;
+std::optional<Fault> HttpReply::Problem() const {
+    if (Status >= 400) {
+        return Fault{FaultKind::HttpStatus, u"HTTP " + FromAscii(std::to_string(Status)), Status};
+    }
+    if (Body.empty()) {
+        return Fault{FaultKind::EmptyReply, u"empty reply"};
+    }
+    return std::nullopt;
+}
+
+Outcome<HttpReply> FetchReply(std::u16string_view address, std::chrono::seconds limit) {
+    if (address.empty()) {
+        return Fault{FaultKind::NoConnection, u"no address"};
+    }
     try {
         const auto request = std::make_shared<UrlRequest>();
         const bool opened = request->Start(address, limit);
         UrlHandle handle = opened ? request : nullptr;
+        HttpReply reply;
         std::u16string chunk;
         while (ReadChunk(handle, chunk)) {
-            result.Body += chunk;
+            reply.Body += chunk;
         }
-        result.HttpStatus = request->Status();
-        if (address.empty()) {
-            result.Failure = NetFailure::NoConnection;
-            result.Reason = u"no address";
-        } else if (request->Failed() || !opened) {
-            result.Failure = request->TimedOut() ? NetFailure::TimedOut : NetFailure::NoConnection;
-            result.Reason = request->Reason();
-            result.Body.clear();
-        } else if (result.HttpStatus >= 400) {
-            result.Failure = NetFailure::HttpStatus;
-            result.Reason = u"HTTP " + FromAscii(std::to_string(result.HttpStatus));
-        } else if (result.Body.empty()) {
-            result.Failure = NetFailure::EmptyReply;
-            result.Reason = u"empty reply";
+        if (request->Failed() || !opened) {
+            // The status of a reply that broke off or was not followed is still told.
+            return Fault{request->TimedOut() ? FaultKind::TimedOut : FaultKind::NoConnection,
+                         request->Reason(), request->Status()};
         }
+        reply.Status = request->Status();
+        return reply;
     } catch (const std::exception& error) {
-        result = FetchResult{};
-        result.Failure = NetFailure::NoConnection;
-        result.Reason = AnsiToText(error.what());
+        return Fault{FaultKind::NoConnection, AnsiToText(error.what())};
+    }
+}
+
+FetchResult FetchUrlResult(std::u16string_view address, std::chrono::seconds limit) {
+    const Outcome<HttpReply> reply = FetchReply(address, limit);
+    FetchResult result;
+    if (!reply) {
+        result.Failure = reply.Kind() == FaultKind::TimedOut ? NetFailure::TimedOut
+                                                             : NetFailure::NoConnection;
+        result.Reason = reply.Reason();
+        result.HttpStatus = reply.Failure().Code;
+        return result;
+    }
+    result.Body = reply.Value().Body;
+    result.HttpStatus = reply.Value().Status;
+    if (const auto problem = reply.Value().Problem()) {
+        result.Failure = problem->Kind == FaultKind::HttpStatus ? NetFailure::HttpStatus
+                                                                : NetFailure::EmptyReply;
+        result.Reason = problem->Reason;
     }
     return result;
 }

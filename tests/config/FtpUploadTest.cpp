@@ -114,31 +114,32 @@ TEST_F(FtpUpload, FailuresSayWhy) {
         const char* What;
         const FtpHandle* Handle;
         std::u16string Remote;
-        NetFailure Failure;
+        FaultKind Kind;
     };
     const Case cases[] = {
-        {"no write permission", &reader, u"in/x.mrc", NetFailure::Refused},
-        {"missing folder", &writer, u"missing/x.mrc", NetFailure::Refused},
-        {"closed during upload", &writer, u"cut.mrc", NetFailure::NoConnection},
+        {"no write permission", &reader, u"in/x.mrc", FaultKind::Refused},
+        {"missing folder", &writer, u"missing/x.mrc", FaultKind::Refused},
+        {"closed during upload", &writer, u"cut.mrc", FaultKind::NoConnection},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.What);
-        FtpError error;
-        EXPECT_FALSE(FtpSend(*c.Handle, c.Remote, local_ / "x.mrc", false, &error));
-        EXPECT_EQ(error.Failure, c.Failure) << TextToUtf8(error.Reason);
-        EXPECT_FALSE(error.Reason.empty());
+        const Done sent = FtpPut(*c.Handle, c.Remote, local_ / "x.mrc", false);
+        ASSERT_FALSE(sent);
+        EXPECT_EQ(sent.Kind(), c.Kind) << TextToUtf8(sent.Reason());
+        EXPECT_FALSE(sent.Reason().empty());
         EXPECT_FALSE(std::filesystem::exists(server_.Root() / "in/x.mrc"));
         EXPECT_EQ(ReadBytes(local_ / "x.mrc"), "data");
     }
-    FtpError error;
-    EXPECT_FALSE(FtpConnect(server_.ServerText(), u"nobody", u"x", &error));
-    EXPECT_EQ(error.Failure, NetFailure::Refused);
+    const Outcome<FtpHandle> refused = FtpOpen(server_.ServerText(), u"nobody", u"x");
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.Kind(), FaultKind::Refused);
 
     // A server that accepts the connection but never says a word: the overall limit ends it.
     const test::SilentLoopbackPort silent;
     const std::u16string mute = FromAscii("127.0.0.1:" + std::to_string(silent.Port()));
-    EXPECT_FALSE(FtpConnect(mute, u"a", u"b", &error, 1s));
-    EXPECT_EQ(error.Failure, NetFailure::TimedOut);
+    const Outcome<FtpHandle> silentServer = FtpOpen(mute, u"a", u"b", 1s);
+    ASSERT_FALSE(silentServer);
+    EXPECT_EQ(silentServer.Kind(), FaultKind::TimedOut);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The HTTP fetch routines and the configuration text's load of an address, against a real
 // server on 127.0.0.1.
 
+#include <optional>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -129,36 +130,39 @@ TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
     server_.Get("/stall", {200, "late", "text/plain", {}, 5000ms});
     server_.Get("/to-file", {302, "", "text/plain", {{"Location", "file:///etc/hostname"}}});
     server_.Get("/to-ftp", {302, "", "text/plain", {{"Location", "ftp://127.0.0.1:1/x"}}});
+    // The kind is the fetch's fault or the reply's problem; none for a usable reply.
     struct Case {
         std::u16string Address;
-        NetFailure Failure;
+        std::optional<FaultKind> Kind;
         int Status;
         std::u16string Body;
     };
     const Case cases[] = {
-        {server_.UrlText("/ok"), NetFailure::None, 200, u"fine"},
-        {server_.UrlText("/500"), NetFailure::HttpStatus, 500, u"<html>broken</html>"},
-        {server_.UrlText("/empty"), NetFailure::EmptyReply, 200, u""},
-        {server_.UrlText("/missing"), NetFailure::HttpStatus, 404, u""},
+        {server_.UrlText("/ok"), std::nullopt, 200, u"fine"},
+        {server_.UrlText("/500"), FaultKind::HttpStatus, 500, u"<html>broken</html>"},
+        {server_.UrlText("/empty"), FaultKind::EmptyReply, 200, u""},
+        {server_.UrlText("/missing"), FaultKind::HttpStatus, 404, u""},
         // Each byte comes in time, yet the whole reply would take five seconds: the overall
         // limit (one second here) ends it.
-        {server_.UrlText("/drip"), NetFailure::TimedOut, 200, u""},
-        {server_.UrlText("/stall"), NetFailure::TimedOut, 200, u""},
-        {server_.UrlText("/to-file"), NetFailure::NoConnection, 302, u""},
-        {server_.UrlText("/to-ftp"), NetFailure::NoConnection, 302, u""},
-        {ClosedAddress(), NetFailure::NoConnection, 0, u""},
-        {u"file:///etc/hostname", NetFailure::NoConnection, 0, u""},
-        {u"", NetFailure::NoConnection, 0, u""},
+        {server_.UrlText("/drip"), FaultKind::TimedOut, 200, u""},
+        {server_.UrlText("/stall"), FaultKind::TimedOut, 200, u""},
+        {server_.UrlText("/to-file"), FaultKind::NoConnection, 302, u""},
+        {server_.UrlText("/to-ftp"), FaultKind::NoConnection, 302, u""},
+        {ClosedAddress(), FaultKind::NoConnection, 0, u""},
+        {u"file:///etc/hostname", FaultKind::NoConnection, 0, u""},
+        {u"", FaultKind::NoConnection, 0, u""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(TextToUtf8(c.Address));
-        const FetchResult result = FetchUrlResult(c.Address, 1s);
-        EXPECT_EQ(result.Failure, c.Failure);
-        EXPECT_EQ(result.HttpStatus, c.Status);
-        EXPECT_EQ(result.Body, c.Body);
-        EXPECT_EQ(result.Ok(), result.Reason.empty()) << TextToUtf8(result.Reason);
+        const Outcome<HttpReply> reply = FetchReply(c.Address, 1s);
+        const std::optional<Fault> fault =
+            reply ? reply.Value().Problem() : std::optional<Fault>(reply.Failure());
+        EXPECT_EQ(fault ? std::optional(fault->Kind) : std::nullopt, c.Kind);
+        EXPECT_EQ(reply ? reply.Value().Status : reply.Failure().Code, c.Status);
+        EXPECT_EQ(reply ? reply.Value().Body : u"", c.Body);
+        EXPECT_TRUE(!fault || !fault->Reason.empty());
         // The old call keeps its meaning: the body, error pages included, or nothing.
-        if (c.Failure != NetFailure::TimedOut) {
+        if (c.Kind != FaultKind::TimedOut) {
             EXPECT_EQ(FetchUrl(c.Address), c.Body);
         }
     }
