@@ -36,6 +36,7 @@ FrmSubjects::FrmSubjects(QWidget* parent) : QDialog(parent) {
 
     grid_ = new QTableWidget(0, 2, this);
     grid_->setObjectName(QStringLiteral("Grid"));
+    grid_->setAccessibleName(windowTitle());
     grid_->setHorizontalHeaderLabels({QStringLiteral("Sigel"), QStringLiteral("MARC-fält")});
     grid_->verticalHeader()->hide();
     grid_->setSelectionMode(QAbstractItemView::SingleSelection);

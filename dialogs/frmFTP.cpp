@@ -25,6 +25,7 @@ frmFTP::frmFTP(QWidget* parent) : QDialog(parent) {
 
     grid_ = new QTableWidget(kRowCount, 2, this);
     grid_->setObjectName(QStringLiteral("Grid"));
+    grid_->setAccessibleName(windowTitle());
     grid_->horizontalHeader()->hide();
     grid_->verticalHeader()->hide();
     grid_->setSelectionMode(QAbstractItemView::SingleSelection);

@@ -22,6 +22,7 @@ frmURL::frmURL(const QString& currentAddress, QWidget* parent) : QDialog(parent)
 
     txtURL_ = new QLineEdit(this);
     txtURL_->setObjectName(QStringLiteral("TxtURL"));
+    txtURL_->setAccessibleName(lblInf_->text());
     txtURL_->installEventFilter(this);
     connect(txtURL_, &QLineEdit::textChanged, this, &frmURL::RemoveLineBreaks);
     txtURL_->setText(currentAddress);

@@ -1,44 +1,35 @@
 #include "app/gui/EngineController.h"
 
-#include <QCoreApplication>
 #include <QMetaObject>
 
 #include "app/engine/Settings.h"
 #include "app/gui/EngineWorker.h"
 #include "app/gui/GuiText.h"
-#include "config/MessageSink.h"
 
 namespace tesselex::gui {
-namespace {
 
-// A question of the engine's thread answered on the window's thread, waiting for the answer.
-template <typename Call>
-void OnThreadOf(QObject* target, Call call) {
-    if (QThread::currentThread() == target->thread()) {
-        call();
-    } else {
-        QMetaObject::invokeMethod(target, call, Qt::BlockingQueuedConnection);
-    }
-}
-
-}  // namespace
-
-EngineController::EngineController(ControllerOptions options, QObject* parent)
-    : QObject(parent), ask_(options.Ask) {
-    if (!options.Seams.AskYesNo) {
-        options.Seams.AskYesNo = [this](const std::u16string& question) {
-            bool yes = true;
-            OnThreadOf(this, [&] { yes = !ask_.AskYesNo || ask_.AskYesNo(Q(question)); });
-            return yes;
-        };
-    }
-    previousSink_ = SetMessageSink([this](const std::u16string& title, const std::u16string& text) {
-        OnThreadOf(this, [&] {
-            if (ask_.Message) {
-                ask_.Message(Q(title), Q(text));
+EngineController::EngineController(ControllerOptions options, QObject* parent) : QObject(parent) {
+    qRegisterMetaType<EngineState>();
+    qRegisterMetaType<StatusLine>();
+    qRegisterMetaType<ExportReport>();
+    qRegisterMetaType<FtpSettings>();
+    qRegisterMetaType<LogChoice>();
+    qRegisterMetaType<Option>();
+    qRegisterMetaType<OptionValue>();
+    options.Seams.Ask.AskYesNo = [this, ask = options.Ask.AskYesNo](const std::u16string& q) {
+        return gate_.AskYesNo(this, [ask, question = Q(q)] { return !ask || ask(question); });
+    };
+    options.Seams.Ask.Message = [this, show = options.Ask.Message](const std::u16string& title,
+                                                                   const std::u16string& text) {
+        gate_.Message(this, [show, title = Q(title), text = Q(text)] {
+            if (show) {
+                show(title, text);
             }
         });
-    });
+    };
+    if (options.Seams.DisplayConfig.empty()) {
+        options.Seams.DisplayConfig = ToText(options.DisplayConfig);
+    }
     worker_ = new EngineWorker(std::move(options), this);
     worker_->moveToThread(&thread_);
     connect(&thread_, &QThread::finished, worker_, &QObject::deleteLater);
@@ -47,194 +38,104 @@ EngineController::EngineController(ControllerOptions options, QObject* parent)
 }
 
 EngineController::~EngineController() {
+    // A question still open gets its default; the export it belongs to ends by itself.
+    gate_.Close();
     Post([](EngineWorker& worker) { worker.Stop(); });
     thread_.quit();
-    // The engine's thread may be waiting for an answer from this one: keep answering.
-    while (!thread_.wait(20)) {
-        QCoreApplication::processEvents();
-    }
-    SetMessageSink(previousSink_);
+    thread_.wait();
 }
 
 void EngineController::Post(std::function<void(EngineWorker&)> call) {
     EngineWorker* worker = worker_;
+    ++callsUnderWay_;
     // Before start-up there is no engine: nothing to tell it.
     QMetaObject::invokeMethod(
         worker,
-        [worker, call = std::move(call)] {
+        [this, worker, call = std::move(call)] {
             if (worker->Started()) {
                 call(*worker);
             }
+            QMetaObject::invokeMethod(this, [this] { CallEnded(); }, Qt::QueuedConnection);
         },
         Qt::QueuedConnection);
 }
 
+void EngineController::CallEnded() {
+    if (--callsUnderWay_ == 0 && stateHeld_) {
+        stateHeld_ = false;
+        emit stateChanged(state_);
+    }
+}
+
 void EngineController::Start() {
     EngineWorker* worker = worker_;
-    QMetaObject::invokeMethod(
-        worker, [worker] { worker->Start(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(worker, [worker] { worker->Start(); }, Qt::QueuedConnection);
 }
 
 void EngineController::Shutdown() {
     // Queued behind whatever runs: an export under way ends before the poll stops.
     Post([this](EngineWorker& worker) {
         worker.Stop();
-        QMetaObject::invokeMethod(
-            this, [this] { emit stopped(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, [this] { emit stopped(); }, Qt::QueuedConnection);
     });
 }
 
-void EngineController::Apply(const FormUpdate& update) {
-    if (update.Control == QStringLiteral("Timer1")) {
-        const bool wasBusy = Busy();
-        timerEnabled_ = update.Number != 0;
-        if (Busy() != wasBusy) {
-            emit busyChanged(Busy());
-        }
-        return;
-    }
-    emit formChanged(update);
-}
-
-void EngineController::SetManualFetch(int delta) {
-    const bool wasBusy = Busy();
-    manualFetches_ += delta;
-    if (Busy() != wasBusy) {
-        emit busyChanged(Busy());
+void EngineController::TakeState(const EngineState& state) {
+    state_ = state;
+    // A state from before the window's latest calls would undo what the user just typed or
+    // clicked: it is shown once the engine has taken them all.
+    stateHeld_ = callsUnderWay_ > 0;
+    if (!stateHeld_) {
+        emit stateChanged(state_);
     }
 }
 
-void EngineController::TextEdited(const QString& control, const QString& text) {
-    Post([control, text = ToText(text)](EngineWorker& worker) {
-        ExportEngine& engine = worker.Engine();
-        FormState& form = engine.Form();
-        if (control == QStringLiteral("TxtDest")) {
-            form.TxtDest.Text = text;
-            engine.FormShown();
-            engine.TxtDest_Change();
-        } else if (control == QStringLiteral("TxtSigler")) {
-            form.TxtSigler.Text = text;
-            engine.FormShown();
-            engine.TxtSigler_Change();
-        } else if (control == QStringLiteral("txtBibId")) {
-            form.txtBibId.Text = text;
-            engine.FormShown();
-            engine.txtBibId_Change();
-        }
-        worker.Publish();
-    });
-}
-
-void EngineController::CheckClicked(const QString& control, bool checked) {
-    Post([control, value = checked ? 1 : 0](EngineWorker& worker) {
-        ExportEngine& engine = worker.Engine();
-        FormState& form = engine.Form();
-        using Event = void (ExportEngine::*)();
-        CheckBox* box = nullptr;
-        Event handler = nullptr;
-        if (control == QStringLiteral("Chk035")) {
-            box = &form.Chk035;
-            handler = &ExportEngine::Chk035_Click;
-        } else if (control == QStringLiteral("ChkISBN")) {
-            box = &form.ChkISBN;
-            handler = &ExportEngine::ChkISBN_Click;
-        } else if (control == QStringLiteral("ChkClear")) {
-            box = &form.ChkClear;
-            handler = &ExportEngine::ChkClear_Click;
-        }
-        if (box) {
-            box->Value = value;
-            engine.FormShown();
-            (engine.*handler)();
-        }
-        worker.Publish();
-    });
-}
-
-void EngineController::ComboActivated(const QString& control, int index) {
-    Post([control, index](EngineWorker& worker) {
-        ExportEngine& engine = worker.Engine();
-        FormState& form = engine.Form();
-        using Event = void (ExportEngine::*)();
-        ComboBox* box = nullptr;
-        Event handler = nullptr;
-        if (control == QStringLiteral("cmb003")) {
-            box = &form.cmb003;
-            handler = &ExportEngine::cmb003_Click;
-        } else if (control == QStringLiteral("cmbAuth")) {
-            box = &form.cmbAuth;
-            handler = &ExportEngine::cmbAuth_Click;
-        } else if (control == QStringLiteral("cmbHold")) {
-            box = &form.cmbHold;
-            handler = &ExportEngine::cmbHold_Click;
-        } else if (control == QStringLiteral("cmbChars")) {
-            box = &form.cmbChars;
-            handler = &ExportEngine::cmbChars_Click;
-        }
-        if (box) {
-            box->ListIndex = index;
-            engine.FormShown();
-            (engine.*handler)();
-        }
-        worker.Publish();
-    });
-}
-
-void EngineController::FetchClicked() {
-    SetManualFetch(+1);
-    Post([this](EngineWorker& worker) {
-        worker.Engine().Command1_Click();
-        worker.Publish();
-        QMetaObject::invokeMethod(
-            this, [this] { SetManualFetch(-1); }, Qt::QueuedConnection);
-    });
-}
-
-void EngineController::MenuClicked(const QString& item) {
-    Post([item](EngineWorker& worker) {
-        if (item == QStringLiteral("ArkivLoggaAllt")) {
-            worker.Engine().ArkivLoggaAllt_Click();
-        } else if (item == QStringLiteral("ArkivLoggaFel")) {
-            worker.Engine().ArkivLoggaFel_Click();
-        }
-        worker.Publish();
-    });
-}
-
-void EngineController::SubjectsChosen(const QString& text) {
-    Post([text = ToText(text)](EngineWorker& worker) {
-        worker.Engine().SubjectsChosen(text);
-        worker.Publish();
-    });
-}
-
-void EngineController::FtpChosen(const QStringList& values) {
-    FtpSettings ftp;
-    std::u16string* fields[] = {&ftp.Server, &ftp.User, &ftp.Password, &ftp.Directory,
-                                &ftp.Filename};
-    for (qsizetype i = 0; i < values.size() && i < 5; ++i) {
-        *fields[i] = ToText(values[i]);
+void EngineController::ExportEnded() {
+    if (--exportsAsked_ == 0) {
+        emit busyChanged(false);
     }
+}
+
+void EngineController::SetOption(Option option, const OptionValue& value) {
+    Post([option, value](EngineWorker& worker) { worker.Engine().SetOption(option, value); });
+}
+
+void EngineController::SetBibId(const QString& bibId) {
+    Post([bibId = ToText(bibId)](EngineWorker& worker) { worker.Engine().SetBibId(bibId); });
+}
+
+void EngineController::Export(const QString& bibId) {
+    if (exportsAsked_++ == 0) {
+        emit busyChanged(true);
+    }
+    Post([this, bibId = ToText(bibId)](EngineWorker& worker) {
+        (void)worker.Engine().Export(bibId);
+        QMetaObject::invokeMethod(this, [this] { ExportEnded(); }, Qt::QueuedConnection);
+    });
+}
+
+void EngineController::SetFtp(const FtpSettings& ftp) {
     Post([ftp](EngineWorker& worker) {
-        worker.Engine().FtpSettingsChosen(ftp);
-        worker.Publish();
+        worker.Engine().SetFtp(ftp);
         worker.ReportDialogValues();
     });
 }
 
-void EngineController::ServerAddressChosen(const QString& address) {
+void EngineController::SetServerAddress(const QString& address) {
     Post([address = ToText(address)](EngineWorker& worker) {
-        worker.Engine().ServerAddressChosen(address);
-        worker.Publish();
+        worker.Engine().SetServerAddress(address);
         worker.ReportDialogValues();
         worker.TakeWatchLock();
     });
 }
 
+void EngineController::SetLogging(LogChoice choice) {
+    Post([choice](EngineWorker& worker) { worker.Engine().SetLogging(choice); });
+}
+
 void EngineController::SaveOldSettings() {
     Post([](EngineWorker& worker) {
-        worker.Engine().SaveConfig();
-        worker.Publish();
+        worker.Engine().SaveOldSettings();
         worker.ReportDialogValues();
         worker.TakeWatchLock();
     });

@@ -1,19 +1,18 @@
 #pragma once
 // Between the export engine and the window. The engine lives on a thread of its own, so a slow
-// server never freezes the window or the tray: widget events reach it as queued calls, and what
-// it reports (a control that changed, a status line, the records of an export) comes back as
-// signals on the window's thread. The engine is only ever touched from its own thread; one
-// event runs at a time there, so exports never overlap.
+// server never freezes the window or the tray: the window's calls reach it queued, in the
+// engine's own terms, and what it reports (its state, status lines, the report of each export)
+// comes back as signals on the window's thread. The engine is only ever touched from its own
+// thread; one call runs at a time there, so exports never overlap.
 
 #include <QObject>
 #include <QString>
-#include <QStringList>
 #include <QThread>
 #include <functional>
 #include <memory>
 
 #include "app/engine/ExportEngine.h"
-#include "config/MessageSink.h"
+#include "app/gui/PromptGate.h"
 
 namespace tesselex {
 class Settings;
@@ -22,17 +21,6 @@ class Settings;
 namespace tesselex::gui {
 
 class EngineWorker;
-
-// A change of one control, as the window applies it.
-struct FormUpdate {
-    QString Control;
-    FormAspect Aspect = FormAspect::Text;
-    QString Text;
-    int Number = 0;
-};
-
-// One row of the record grid: tag, indicator 1, indicator 2, value.
-using GridRows = QList<QStringList>;
 
 // The engine's modal questions, answered on the window's thread (tests answer them directly).
 struct Prompts {
@@ -56,34 +44,34 @@ class EngineController : public QObject {
     explicit EngineController(ControllerOptions options, QObject* parent = nullptr);
     ~EngineController() override;
 
-    // Start-up on the engine's thread (events before it are dropped), then the poll (unless the
+    // Start-up on the engine's thread (calls before it are dropped), then the poll (unless the
     // workfile is watched elsewhere).
     void Start();
-    // Finishes what runs (an export is never cut off), stops polling, then emits stopped().
+    // "Avsluta": an export under way finishes, the poll stops, then stopped() is emitted.
     void Shutdown();
-    bool Busy() const { return manualFetches_ > 0 || !timerEnabled_; }
+    // A manual export is asked for and has not ended yet.
+    bool Busy() const { return exportsAsked_ > 0; }
 
-    // Widget events. The control is named as on the form ("TxtDest", "Chk035", "cmbHold").
-    void TextEdited(const QString& control, const QString& text);
-    void CheckClicked(const QString& control, bool checked);
-    void ComboActivated(const QString& control, int index);
-    void FetchClicked();
-    void MenuClicked(const QString& item);  // "ArkivLoggaAllt", "ArkivLoggaFel"
-    void SubjectsChosen(const QString& text);
-    void FtpChosen(const QStringList& values);  // server, user, password, directory, file name
-    void ServerAddressChosen(const QString& address);
+    // The engine's state, FTP settings and server address as last reported.
+    const EngineState& State() const { return state_; }
+    const FtpSettings& Ftp() const { return ftp_; }
+    QString ServerAddress() const { return serverAddress_; }
+
+  public slots:
+    void SetOption(tesselex::Option option, const tesselex::OptionValue& value);
+    void SetBibId(const QString& bibId);
+    void Export(const QString& bibId);
+    void SetFtp(const tesselex::FtpSettings& ftp);
+    void SetServerAddress(const QString& address);
+    void SetLogging(tesselex::LogChoice choice);
     void SaveOldSettings();
     // A status line of the engine's own numbering, for what the window has to say.
     void ShowStatus(const QString& message, bool isError);
 
-    // The dialogs' current values, as the engine last reported them.
-    QStringList FtpValues() const { return ftpValues_; }
-    QString ServerAddress() const { return serverAddress_; }
-
   signals:
-    void formChanged(const tesselex::gui::FormUpdate& update);
-    void recordsChanged(const tesselex::gui::GridRows& rows, const QString& html);
-    void statusLine(const QString& line, const QString& message, bool isError);
+    void stateChanged(const tesselex::EngineState& state);
+    void statusLine(const tesselex::StatusLine& line);
+    void exported(const tesselex::ExportReport& report);
     void busyChanged(bool busy);
     void started();
     void stopped();
@@ -91,17 +79,27 @@ class EngineController : public QObject {
   private:
     friend class EngineWorker;
     void Post(std::function<void(EngineWorker&)> call);
-    void Apply(const FormUpdate& update);
-    void SetManualFetch(int delta);
+    void TakeState(const EngineState& state);
+    void ExportEnded();
+    void CallEnded();
 
-    MessageSink previousSink_;
+    PromptGate gate_;
     QThread thread_;
     EngineWorker* worker_ = nullptr;
-    Prompts ask_;
-    int manualFetches_ = 0;
-    bool timerEnabled_ = true;
-    QStringList ftpValues_;
+    int exportsAsked_ = 0;
+    int callsUnderWay_ = 0;
+    bool stateHeld_ = false;
+    EngineState state_;
+    FtpSettings ftp_;
     QString serverAddress_;
 };
 
 }  // namespace tesselex::gui
+
+Q_DECLARE_METATYPE(tesselex::EngineState)
+Q_DECLARE_METATYPE(tesselex::StatusLine)
+Q_DECLARE_METATYPE(tesselex::ExportReport)
+Q_DECLARE_METATYPE(tesselex::FtpSettings)
+Q_DECLARE_METATYPE(tesselex::LogChoice)
+Q_DECLARE_METATYPE(tesselex::Option)
+Q_DECLARE_METATYPE(tesselex::OptionValue)

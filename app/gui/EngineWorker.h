@@ -5,12 +5,13 @@
 
 #include <QObject>
 #include <QTimer>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 
 #include "app/engine/WatchLock.h"
 #include "app/gui/EngineController.h"
-#include "marc/MarcObject.h"
 
 namespace tesselex::gui {
 
@@ -19,21 +20,18 @@ class EngineWorker : public QObject {
     EngineWorker(ControllerOptions options, EngineController* controller);
     ~EngineWorker() override;
 
-    // Start-up: the engine's LoadConfig, the workfile lock, the first publication, the poll.
+    // Start-up: the engine's, the workfile lock, the poll.
     void Start();
     void Stop();
     bool Started() const { return engine_ != nullptr; }
     ExportEngine& Engine() { return *engine_; }
-    // Sends what changed on the form to the window; runs after every event.
-    void Publish();
+    // The FTP settings and server address the dialogs open with.
     void ReportDialogValues();
     // Start-up ran again (a new server address): the workfile, and so its lock, may differ.
     void TakeWatchLock();
 
   private:
     void Poll();
-    void Forward(const FormChange& change);
-    QString RecordsHtml();
     void Post(std::function<void(EngineController&)> call);
 
     ControllerOptions options_;
@@ -43,7 +41,6 @@ class EngineWorker : public QObject {
     std::optional<WatchLock> lock_;
     std::filesystem::path lockPath_;
     QTimer* timer_ = nullptr;
-    MarcObject display_;
 };
 
 }  // namespace tesselex::gui

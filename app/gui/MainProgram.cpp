@@ -1,11 +1,11 @@
 #include "app/gui/MainProgram.h"
 
 #include <QApplication>
-#include <QLineEdit>
 #include <QMessageBox>
 #include <QSystemTrayIcon>
 
 #include "app/gui/AppIcons.h"
+#include "app/gui/GuiText.h"
 #include "app/gui/SingleInstance.h"
 #include "app/gui/frmMain.h"
 #include "config/InstalledLayout.h"
@@ -62,9 +62,7 @@ bool MainProgram::Start() {
     connect(window_.get(), &frmMain::ftpRequested, this, &MainProgram::OpenFtp);
     connect(window_.get(), &frmMain::serverAddressRequested, this, &MainProgram::OpenServerAddress);
     connect(controller_.get(), &EngineController::statusLine, this,
-            [this](const QString&, const QString& message, bool isError) {
-                OnStatus(message, isError);
-            });
+            [this](const StatusLine& line) { OnStatus(Q(line.Message), line.IsError); });
     connect(controller_.get(), &EngineController::stopped, this, [this] {
         window_->AllowClose();
         window_->close();
@@ -155,31 +153,41 @@ void MainProgram::Quit() {
 
 void MainProgram::OpenSubjects() {
     FrmSubjects dialog(window_.get());
-    dialog.SetStringValue(window_->findChild<QLineEdit*>(QStringLiteral("TxtSubj"))->text());
+    dialog.SetStringValue(Q(controller_->State().Options.Subjects));
     if (dialog.exec() == QDialog::Accepted && dialog.IsOk()) {
-        controller_->SubjectsChosen(dialog.StringValue());
+        controller_->SetOption(Option::Subjects, ToText(dialog.StringValue()));
     }
 }
 
+namespace {
+
+// The FTP dialog's rows, in its order.
+constexpr std::u16string FtpSettings::*FtpRows[] = {&FtpSettings::Server, &FtpSettings::User,
+                                                    &FtpSettings::Password,
+                                                    &FtpSettings::Directory,
+                                                    &FtpSettings::Filename};
+static_assert(std::size(FtpRows) == frmFTP::kRowCount);
+
+}  // namespace
+
 void MainProgram::OpenFtp() {
     frmFTP dialog(window_.get());
-    const QStringList values = controller_->FtpValues();
-    for (int row = 0; row < frmFTP::kRowCount && row < values.size(); ++row) {
-        dialog.SetValue(row, values[row]);
+    FtpSettings ftp = controller_->Ftp();
+    for (int row = 0; row < frmFTP::kRowCount; ++row) {
+        dialog.SetValue(row, Q(ftp.*FtpRows[row]));
     }
     if (dialog.exec() == QDialog::Accepted) {
-        QStringList chosen;
         for (int row = 0; row < frmFTP::kRowCount; ++row) {
-            chosen.append(dialog.Value(row));
+            ftp.*FtpRows[row] = ToText(dialog.Value(row));
         }
-        controller_->FtpChosen(chosen);
+        controller_->SetFtp(ftp);
     }
 }
 
 void MainProgram::OpenServerAddress() {
     frmURL dialog(controller_->ServerAddress(), window_.get());
     if (dialog.exec() == QDialog::Accepted) {
-        controller_->ServerAddressChosen(dialog.Address());
+        controller_->SetServerAddress(dialog.Address());
     }
 }
 

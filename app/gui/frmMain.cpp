@@ -13,6 +13,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QSplitter>
 #include <QStyle>
 #include <QTableWidget>
@@ -20,16 +21,11 @@
 #include <QVBoxLayout>
 
 #include "app/Version.h"
-#include "app/engine/FormState.h"
-#include "app/engine/QtText.h"
 #include "app/gui/AppIcons.h"
+#include "app/gui/GuiText.h"
 
 namespace tesselex::gui {
 namespace {
-
-QString Text(std::u16string_view text) {
-    return ToQString(text);
-}
 
 QFrame* Line(const QString& name) {
     auto* line = new QFrame;
@@ -55,7 +51,11 @@ QTableWidget* Table(const QString& name, const QStringList& headers) {
 }  // namespace
 
 frmMain::frmMain(EngineController& controller, QWidget* parent)
-    : QMainWindow(parent), controller_(controller) {
+    : QMainWindow(parent),
+      controller_(controller),
+      bindings_([&controller](Option option, const OptionValue& value) {
+          controller.SetOption(option, value);
+      }) {
     setObjectName(QStringLiteral("frmMain"));
     setWindowTitle(QStringLiteral("TESSEL Export (7)"));
     setWindowIcon(AppIcon());
@@ -75,7 +75,12 @@ frmMain::frmMain(EngineController& controller, QWidget* parent)
     status_->setColumnWidth(
         1, status_->fontMetrics().horizontalAdvance(QStringLiteral("00:00:00")) + 12);
     statusLabel->setBuddy(status_);
-    layout->addWidget(statusLabel);
+    status_->setAccessibleName(statusLabel->text());
+    // The status list's heading row; the count of waiting exports belongs at its right end.
+    auto* statusHeading = new QHBoxLayout;
+    statusHeading->addWidget(statusLabel);
+    statusHeading->addStretch(1);
+    layout->addLayout(statusHeading);
     layout->addWidget(status_, 1);
 
     grid_ = Table(QStringLiteral("Grid"), {QStringLiteral("Fält"), QStringLiteral("Ind1"),
@@ -83,8 +88,10 @@ frmMain::frmMain(EngineController& controller, QWidget* parent)
     for (int column = 0; column < 3; ++column) {
         grid_->horizontalHeader()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
     }
+    grid_->setAccessibleName(QStringLiteral("Postens fält"));
     vw_ = new QTextBrowser;
     vw_->setObjectName(QStringLiteral("vw"));
+    vw_->setAccessibleName(QStringLiteral("Posten"));
     // The display's links name catalogue searches, not pages this view could open.
     vw_->setOpenLinks(false);
     auto* records = new QSplitter(Qt::Horizontal);
@@ -97,21 +104,14 @@ frmMain::frmMain(EngineController& controller, QWidget* parent)
     setCentralWidget(central);
     resize(900, 720);
 
-    // Form order, as a cataloguer tabs through it.
-    const QStringList order = {
-        QStringLiteral("txtBibId"),  QStringLiteral("Command1"), QStringLiteral("cmb003"),
-        QStringLiteral("cmbAuth"),   QStringLiteral("cmbHold"),  QStringLiteral("cmbChars"),
-        QStringLiteral("Chk035"),    QStringLiteral("ChkISBN"),  QStringLiteral("ChkClear"),
-        QStringLiteral("TxtSigler"), QStringLiteral("TxtSubj"),  QStringLiteral("CmdSubs"),
-        QStringLiteral("TxtDest"),   QStringLiteral("TxtFile"),  QStringLiteral("Status"),
-        QStringLiteral("Grid"),      QStringLiteral("vw")};
-    for (qsizetype i = 0; i + 1 < order.size(); ++i) {
-        setTabOrder(findChild<QWidget*>(order[i]), findChild<QWidget*>(order[i + 1]));
-    }
+    // Form order, as a cataloguer tabs through it (set as the widgets were made).
+    setTabOrder(txtFile_, status_);
+    setTabOrder(status_, grid_);
+    setTabOrder(grid_, vw_);
 
-    connect(&controller_, &EngineController::formChanged, this, &frmMain::Apply);
+    connect(&controller_, &EngineController::stateChanged, this, &frmMain::ShowState);
     connect(&controller_, &EngineController::statusLine, this, &frmMain::AddStatusLine);
-    connect(&controller_, &EngineController::recordsChanged, this, &frmMain::ShowRecords);
+    connect(&controller_, &EngineController::exported, this, &frmMain::ShowRecords);
     connect(&controller_, &EngineController::busyChanged, this, &frmMain::UpdateFetchButton);
 }
 
@@ -128,16 +128,19 @@ void frmMain::BuildMenus() {
         arkiv->addAction(QStringLiteral("Spara &gammal inställningsfil (Config.TXT)..."));
     save->setObjectName(QStringLiteral("ArkivSpara"));
     connect(save, &QAction::triggered, &controller_, &EngineController::SaveOldSettings);
+    // The waiting exports' dialog opens from here, after the settings items.
 
-    const FormState texts;
     QMenu* logging = arkiv->addMenu(QStringLiteral("&Loggning"));
     logging->setObjectName(QStringLiteral("ArkivLogg"));
-    for (const MenuItem* item : {&texts.ArkivLoggaAllt, &texts.ArkivLoggaFel}) {
-        QAction* action = logging->addAction(Text(item->Caption));
-        action->setObjectName(Text(item->Name));
+    logAll_ = logging->addAction(QStringLiteral("Logga &export"));
+    logAll_->setObjectName(QStringLiteral("ArkivLoggaAllt"));
+    logErrors_ = logging->addAction(QStringLiteral("&Logga fel"));
+    logErrors_->setObjectName(QStringLiteral("ArkivLoggaFel"));
+    for (QAction* action : {logAll_, logErrors_}) {
         action->setCheckable(true);
-        connect(action, &QAction::triggered, this,
-                [this, name = Text(item->Name)] { controller_.MenuClicked(name); });
+        connect(action, &QAction::triggered, this, [this] {
+            controller_.SetLogging({logAll_->isChecked(), logErrors_->isChecked()});
+        });
     }
     QAction* about = arkiv->addAction(QStringLiteral("&Om TESSEL Export..."));
     about->setObjectName(QStringLiteral("ArkivOm"));
@@ -153,52 +156,45 @@ void frmMain::BuildMenus() {
 }
 
 QWidget* frmMain::BuildOptions() {
-    const FormState texts;
     auto* box = new QWidget;
     auto* grid = new QGridLayout(box);
+    // Each label names its control for a screen reader; the keyboard reaches it in tab order.
     auto label = [](const QString& text, QWidget* buddy) {
         auto* l = new QLabel(text);
         l->setBuddy(buddy);
+        buddy->setAccessibleName(text);
         return l;
     };
-    auto line = [this](const TextBox& control, bool readOnly) {
+    auto line = [](const char* name, bool readOnly) {
         auto* edit = new QLineEdit;
-        edit->setObjectName(Text(control.Name));
+        edit->setObjectName(QString::fromLatin1(name));
         edit->setReadOnly(readOnly);
-        if (!readOnly) {
-            connect(edit, &QLineEdit::textEdited, this,
-                    [this, name = Text(control.Name)](const QString& text) {
-                        controller_.TextEdited(name, text);
-                    });
-        }
         return edit;
     };
-    auto combo = [this](const ComboBox& control) {
+    auto combo = [this](const char* name, Option option, const auto& items) {
         auto* c = new QComboBox;
-        c->setObjectName(Text(control.Name));
-        for (std::u16string_view item : control.Items) {
-            c->addItem(Text(item));
+        c->setObjectName(QString::fromLatin1(name));
+        for (std::u16string_view item : items) {
+            c->addItem(Q(item));
         }
-        connect(c, &QComboBox::activated, this, [this, name = Text(control.Name)](int index) {
-            controller_.ComboActivated(name, index);
-        });
+        bindings_.Bind(c, option);
         return c;
     };
-    auto check = [this](const CheckBox& control) {
-        auto* c = new QCheckBox(Text(control.Caption));
-        c->setObjectName(Text(control.Name));
-        connect(c, &QCheckBox::clicked, this, [this, name = Text(control.Name)](bool checked) {
-            controller_.CheckClicked(name, checked);
-        });
+    auto check = [this](const char* name, const QString& caption, Option option) {
+        auto* c = new QCheckBox(caption);
+        c->setObjectName(QString::fromLatin1(name));
+        bindings_.Bind(c, option);
         return c;
     };
 
-    txtBibId_ = line(texts.txtBibId, false);
+    txtBibId_ = line("txtBibId", false);
     txtBibId_->setMaximumWidth(160);
-    command1_ = new QPushButton(Text(texts.Command1.Caption));
+    connect(txtBibId_, &QLineEdit::textEdited, &controller_, &EngineController::SetBibId);
+    command1_ = new QPushButton(QStringLiteral("&Hämta post"));
     command1_->setObjectName(QStringLiteral("Command1"));
     command1_->setEnabled(false);
-    connect(command1_, &QPushButton::clicked, &controller_, &EngineController::FetchClicked);
+    connect(command1_, &QPushButton::clicked, this,
+            [this] { controller_.Export(txtBibId_->text()); });
     connect(txtBibId_, &QLineEdit::returnPressed, this, [this] {
         if (command1_->isEnabled()) {
             command1_->click();
@@ -222,10 +218,10 @@ QWidget* frmMain::BuildOptions() {
     grid->addWidget(lbl, 1, 0);
     grid->addWidget(Line(QStringLiteral("Line1")), 1, 1, 1, 4);
 
-    QComboBox* cmb003 = combo(texts.cmb003);
-    QComboBox* cmbAuth = combo(texts.cmbAuth);
-    QComboBox* cmbHold = combo(texts.cmbHold);
-    QComboBox* cmbChars = combo(texts.cmbChars);
+    QComboBox* cmb003 = combo("cmb003", Option::Code003, Code003Texts);
+    QComboBox* cmbAuth = combo("cmbAuth", Option::Authorities, AuthoritiesTexts);
+    QComboBox* cmbHold = combo("cmbHold", Option::Holdings, HoldingsTexts);
+    QComboBox* cmbChars = combo("cmbChars", Option::Characters, CharactersTexts);
     grid->addWidget(label(QStringLiteral("Sträng i 003:"), cmb003), 2, 0);
     grid->addWidget(cmb003, 2, 1);
     grid->addWidget(label(QStringLiteral("Auktoriteter:"), cmbAuth), 2, 2);
@@ -235,17 +231,26 @@ QWidget* frmMain::BuildOptions() {
     grid->addWidget(label(QStringLiteral("Tecken:"), cmbChars), 3, 2);
     grid->addWidget(cmbChars, 3, 3, 1, 2);
 
+    QCheckBox* chk035 = check("Chk035", QStringLiteral("&Ändra 035$9 till 035$a"),
+                              Option::Change035);
+    QCheckBox* chkIsbn =
+        check("ChkISBN", QStringLiteral("&ISBN utan bindestreck"), Option::IsbnNoHyphens);
+    QCheckBox* chkClear =
+        check("ChkClear", QStringLiteral("&Spara en post i taget"), Option::OneAtATime);
     auto* checks = new QHBoxLayout;
-    checks->addWidget(check(texts.Chk035));
-    checks->addWidget(check(texts.ChkISBN));
-    checks->addWidget(check(texts.ChkClear));
+    checks->addWidget(chk035);
+    checks->addWidget(chkIsbn);
+    checks->addWidget(chkClear);
     checks->addStretch(1);
     grid->addLayout(checks, 4, 0, 1, 5);
 
-    QLineEdit* sigler = line(texts.TxtSigler, false);
-    QLineEdit* subj = line(texts.TxtSubj, true);
+    QLineEdit* sigler = line("TxtSigler", false);
+    bindings_.Bind(sigler, Option::Libraries);
+    QLineEdit* subj = line("TxtSubj", true);
+    bindings_.Bind(subj, Option::Subjects);
     auto* cmdSubs = new QPushButton(QStringLiteral("..."));
     cmdSubs->setObjectName(QStringLiteral("CmdSubs"));
+    cmdSubs->setAccessibleName(QStringLiteral("Välj ämnesordssystem"));
     cmdSubs->setMaximumWidth(40);
     connect(cmdSubs, &QPushButton::clicked, this, &frmMain::subjectsRequested);
     grid->addWidget(label(QStringLiteral("Sigler:"), sigler), 5, 0);
@@ -255,75 +260,51 @@ QWidget* frmMain::BuildOptions() {
     grid->addWidget(cmdSubs, 5, 4);
 
     grid->addWidget(Line(QStringLiteral("Line2")), 6, 0, 1, 5);
-    QLineEdit* dest = line(texts.TxtDest, false);
-    QLineEdit* file = line(texts.TxtFile, true);
+    QLineEdit* dest = line("TxtDest", false);
+    bindings_.Bind(dest, Option::Destination);
+    txtFile_ = line("TxtFile", true);
     grid->addWidget(label(QStringLiteral("Destination:"), dest), 7, 0);
     grid->addWidget(dest, 7, 1, 1, 4);
-    grid->addWidget(label(QStringLiteral("Källfil:"), file), 8, 0);
-    grid->addWidget(file, 8, 1, 1, 4);
+    grid->addWidget(label(QStringLiteral("Källfil:"), txtFile_), 8, 0);
+    grid->addWidget(txtFile_, 8, 1, 1, 4);
     grid->addWidget(Line(QStringLiteral("Line3")), 9, 0, 1, 5);
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 1);
+
+    const QWidget* order[] = {txtBibId_, command1_, cmb003, cmbAuth, cmbHold, cmbChars, chk035,
+                              chkIsbn,   chkClear,  sigler, subj,    cmdSubs, dest,     txtFile_};
+    for (std::size_t i = 0; i + 1 < std::size(order); ++i) {
+        setTabOrder(const_cast<QWidget*>(order[i]), const_cast<QWidget*>(order[i + 1]));
+    }
     return box;
 }
 
-void frmMain::Apply(const FormUpdate& update) {
-    if (update.Aspect == FormAspect::Checked) {
-        if (auto* action = findChild<QAction*>(update.Control)) {
-            action->setChecked(update.Number != 0);
-        }
-        return;
+void frmMain::ShowState(const EngineState& state) {
+    bindings_.Show(state.Options);
+    if (txtBibId_->text() != Q(state.BibId)) {
+        txtBibId_->setText(Q(state.BibId));
     }
-    QWidget* widget = findChild<QWidget*>(update.Control);
-    if (!widget) {
-        return;
-    }
-    switch (update.Aspect) {
-        case FormAspect::Text:
-            if (auto* edit = qobject_cast<QLineEdit*>(widget);
-                edit && edit->text() != update.Text) {
-                edit->setText(update.Text);
-            }
-            break;
-        case FormAspect::Value:
-            if (auto* box = qobject_cast<QCheckBox*>(widget)) {
-                box->setChecked(update.Number == 1);
-            }
-            break;
-        case FormAspect::ListIndex:
-            if (auto* box = qobject_cast<QComboBox*>(widget)) {
-                box->setCurrentIndex(update.Number);
-            }
-            break;
-        case FormAspect::Enabled:
-            if (widget == command1_) {
-                fetchEnabled_ = update.Number != 0;
-                UpdateFetchButton();
-            } else {
-                widget->setEnabled(update.Number != 0);
-            }
-            break;
-        case FormAspect::ToolTip:
-            widget->setToolTip(update.Text);
-            break;
-        case FormAspect::Checked:
-        case FormAspect::Rows:
-            break;
-    }
+    txtFile_->setText(Q(state.Workfile));
+    const QSignalBlocker all(logAll_);
+    const QSignalBlocker errors(logErrors_);
+    logAll_->setChecked(state.Logging.Exports);
+    logErrors_->setChecked(state.Logging.Errors);
+    UpdateFetchButton();
 }
 
 void frmMain::UpdateFetchButton() {
     // One export at a time: the button waits while one runs.
-    command1_->setEnabled(fetchEnabled_ && !controller_.Busy());
+    const EngineState& state = controller_.State();
+    command1_->setEnabled(state.CanExport && !state.Busy && !controller_.Busy());
 }
 
-void frmMain::AddStatusLine(const QString& line, const QString& message, bool isError) {
-    QStringList cells = line.split(QLatin1Char('\t'));
+void frmMain::AddStatusLine(const StatusLine& line) {
+    const QStringList cells = Q(line.Line).split(QLatin1Char('\t'));
     const int row = status_->rowCount();
     status_->insertRow(row);
     for (int column = 0; column < 3 && column < cells.size(); ++column) {
         auto* item = new QTableWidgetItem(cells[column].trimmed());
-        if (isError) {
+        if (line.IsError) {
             item->setForeground(QColor(0xB0, 0x00, 0x20));
         }
         status_->setItem(row, column, item);
@@ -332,19 +313,34 @@ void frmMain::AddStatusLine(const QString& line, const QString& message, bool is
         status_->removeRow(0);
     }
     status_->scrollToBottom();
-    if (isError) {
-        imgErr_->setToolTip(message);
+    if (line.IsError) {
+        imgErr_->setToolTip(Q(line.Message));
         imgErr_->setVisible(true);
         QApplication::beep();
     }
 }
 
-void frmMain::ShowRecords(const GridRows& rows, const QString& html) {
-    grid_->setRowCount(static_cast<int>(rows.size()));
-    for (int row = 0; row < rows.size(); ++row) {
-        for (int column = 0; column < 4 && column < rows[row].size(); ++column) {
-            grid_->setItem(row, column, new QTableWidgetItem(rows[row][column]));
+void frmMain::ShowRecords(const ExportReport& report) {
+    // An export that kept no record leaves the last records in view.
+    if (report.Records.empty()) {
+        return;
+    }
+    grid_->setRowCount(0);
+    QString html;
+    for (const KeptRecord& record : report.Records) {
+        for (const DisplayField& field : record.Rows) {
+            // The subfield delimiter has no glyph; cataloguers read it as "$".
+            QString value = Q(field.Value);
+            value.replace(QChar(0x1F), QLatin1Char('$'));
+            value.replace(QChar(0), QLatin1Char('$'));
+            const int row = grid_->rowCount();
+            grid_->insertRow(row);
+            const QString cells[] = {Q(field.Tag), Q(field.Indicator1), Q(field.Indicator2), value};
+            for (int column = 0; column < 4; ++column) {
+                grid_->setItem(row, column, new QTableWidgetItem(cells[column]));
+            }
         }
+        html += Q(record.Html) + QStringLiteral("<hr/>");
     }
     grid_->scrollToTop();
     vw_->setHtml(html);

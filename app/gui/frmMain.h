@@ -1,12 +1,14 @@
 #pragma once
 // The main window "TESSEL Export (7)": the export options, the watched workfile, the
 // destination, the numbered status lines and the records of the last export, with the Arkiv
-// menu. It holds no rule of its own: user edits go to the controller, and what the engine
-// changes comes back one control at a time. Widgets carry their form names as object names.
+// menu. It holds no rule of its own: user edits go to the controller, and the engine's state
+// comes back whole and is shown through the option table. Widgets carry their form names as
+// object names (for people and tests; the window itself never looks one up).
 
 #include <QMainWindow>
 
 #include "app/gui/EngineController.h"
+#include "app/gui/OptionBindings.h"
 
 class QAction;
 class QLabel;
@@ -47,19 +49,22 @@ class frmMain : public QMainWindow {
   private:
     void BuildMenus();
     QWidget* BuildOptions();
-    void Apply(const FormUpdate& update);
-    void AddStatusLine(const QString& line, const QString& message, bool isError);
-    void ShowRecords(const GridRows& rows, const QString& html);
+    void ShowState(const EngineState& state);
+    void AddStatusLine(const StatusLine& line);
+    void ShowRecords(const ExportReport& report);
     void UpdateFetchButton();
 
     EngineController& controller_;
+    OptionBindings bindings_;
+    QAction* logAll_ = nullptr;
+    QAction* logErrors_ = nullptr;
     QLineEdit* txtBibId_ = nullptr;
+    QLineEdit* txtFile_ = nullptr;
     QPushButton* command1_ = nullptr;
     QLabel* imgErr_ = nullptr;
     QTableWidget* status_ = nullptr;
     QTableWidget* grid_ = nullptr;
     QTextBrowser* vw_ = nullptr;
-    bool fetchEnabled_ = false;
     bool hidesToTray_ = false;
     bool closing_ = false;
 };

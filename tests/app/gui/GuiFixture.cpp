@@ -55,9 +55,6 @@ gui::ControllerOptions GuiFixture::Options() {
     gui::ControllerOptions options;
     const std::filesystem::path ini = dir_ / "settings.ini";
     options.MakeSettings = [ini] { return std::make_unique<Settings>(ini); };
-    options.Ask.Message = [this](const QString& title, const QString& text) {
-        messages_.push_back(title + QStringLiteral(": ") + text);
-    };
     options.Ask.AskYesNo = [](const QString&) { return true; };
     options.PollIntervalMs = 50;
     options.DisplayConfig =
@@ -87,9 +84,9 @@ void GuiFixture::StoreSetting(SettingKey key, const std::u16string& value) {
     Settings(dir_ / "settings.ini").StoreSetting(key, value);
 }
 
-QStringList GuiFixture::StatusMessages() const {
+QStringList GuiFixture::StatusMessages(const QWidget& window) {
     QStringList messages;
-    auto* status = Find<QTableWidget>("Status");
+    auto* status = window.findChild<QTableWidget*>(QStringLiteral("Status"));
     for (int row = 0; row < status->rowCount(); ++row) {
         messages.append(status->item(row, 2) ? status->item(row, 2)->text() : QString());
     }

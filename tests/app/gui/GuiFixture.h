@@ -8,9 +8,7 @@
 #include <QString>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "app/engine/Settings.h"
 #include "app/gui/EngineController.h"
@@ -42,7 +40,8 @@ class GuiFixture : public ::testing::Test {
     Widget* Find(const char* name) const {
         return window_->findChild<Widget*>(QString::fromLatin1(name));
     }
-    QStringList StatusMessages() const;
+    QStringList StatusMessages() const { return StatusMessages(*window_); }
+    static QStringList StatusMessages(const QWidget& window);
     int GridRows() const;
 
     TempDir dir_;
@@ -52,7 +51,6 @@ class GuiFixture : public ::testing::Test {
     std::filesystem::path workfile_;
     std::filesystem::path destination_;
     SampleExportServer server_;
-    std::vector<QString> messages_;
     std::unique_ptr<gui::EngineController> controller_;
     std::unique_ptr<gui::frmMain> window_;
 };
