@@ -8,7 +8,7 @@
 #include <string>
 
 #include "config/CodePage.h"
-#include "tests/marc/record/IsoBuilder.h"
+#include "tests/support/IsoRecord.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
 

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "IsoBuilder.h"
+#include "tests/support/IsoRecord.h"
 #include "config/Strings.h"
 #include "marc/MarcObjectFields.h"
 #include "tests/support/ScopedEnv.h"

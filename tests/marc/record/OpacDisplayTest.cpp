@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "IsoBuilder.h"
+#include "tests/support/IsoRecord.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 #include "marc/MarcObject.h"

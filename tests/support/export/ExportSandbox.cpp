@@ -7,23 +7,13 @@
 #include <cstdio>
 
 #include "config/Utf.h"
-#include "tests/support/Digits.h"
+#include "tests/support/IsoRecord.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex::test {
 
 std::string BuildRecord(const std::vector<std::pair<std::string, std::string>>& fields, char type) {
-    std::string directory;
-    std::string body;
-    for (const auto& [tag, data] : fields) {
-        const std::string field = data + '\x1E';
-        directory += tag + Digits(field.size(), 4) + Digits(body.size(), 5);
-        body += field;
-    }
-    const std::size_t base = 24 + directory.size() + 1;
-    const std::size_t length = base + body.size() + 1;
-    return Digits(length, 5) + 'n' + type + "  a22" + Digits(base, 5) + "1n 4500" + directory +
-           '\x1E' + body + '\x1D';
+    return IsoBytes(fields, std::string("00000n") + type + "  a22000001n 4500");
 }
 
 std::string HoldingsRecord(const std::string& link) {

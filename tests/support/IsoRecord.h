@@ -1,11 +1,13 @@
 #pragma once
-// Hand-made ISO 2709 8-bit strings for the record tests: the directory is worked out from the
-// field texts, so each test states only what it is about (and breaks the rest on purpose).
+// The one builder of hand-made ISO 2709 records for every test folder: the directory, base
+// address and record length are worked out from the field texts, so each test states only what
+// it is about (and breaks the rest on purpose).
 
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "config/CodePage.h"
 #include "config/Strings.h"
 
 namespace tesselex::test {
@@ -29,6 +31,16 @@ inline std::u16string Iso(const std::vector<std::pair<std::u16string, std::u16st
     record.replace(0, 5, FormatNumber(static_cast<long long>(record.size()), 5));
     record.replace(12, 5, FormatNumber(static_cast<long long>(directory.size() + 25), 5));
     return record;
+}
+
+// The same record as bytes, for files and server replies: (tag, bytes without terminator).
+inline std::string IsoBytes(const std::vector<std::pair<std::string, std::string>>& fields,
+                            const std::string& leader = "00000nam  2200000 a 4500") {
+    std::vector<std::pair<std::u16string, std::u16string>> texts;
+    for (const auto& [tag, bytes] : fields) {
+        texts.emplace_back(AnsiToText(tag), AnsiToText(bytes));
+    }
+    return TextToAnsi(Iso(texts, AnsiToText(leader)));
 }
 
 }  // namespace tesselex::test
