@@ -1,5 +1,6 @@
 #include "app/engine/ExportEngine.h"
 
+#include "app/engine/RequestBuilder.h"
 #include "app/engine/Settings.h"
 #include "config/CfgClass.h"
 #include "config/Platform.h"
@@ -73,13 +74,45 @@ void ExportEngine::ReportSettingsNotSaved() {
     log_.ShowStatus(u"Inställningarna kunde inte sparas till " + settings_.FileName() + u".", true);
 }
 
-void ExportEngine::PublishFormChanges() {
-    NotifyState();
-    for (const FormChange& change : published_.Changes(form_, displayRows_)) {
-        if (formSink_) {
-            formSink_(change);
+void ExportEngine::SetListener(EngineListener listener) {
+    listener_ = std::move(listener);
+    // A status line never speaks of a state the front end has not been told.
+    log_.SetStatusSink([this](const StatusLine& line) {
+        NotifyState();
+        if (listener_.Status) {
+            listener_.Status(line);
         }
+    });
+}
+
+void ExportEngine::NotifyState() {
+    state_.Logging = {log_.LogAll(), log_.LogErrors()};
+    if (sent_ == state_) {
+        return;
     }
+    sent_ = state_;
+    if (listener_.StateChanged) {
+        listener_.StateChanged(state_);
+    }
+}
+
+bool ExportEngine::AskYesNo(const std::u16string& question) const {
+    return !seams_.Ask.AskYesNo || seams_.Ask.AskYesNo(question);
+}
+
+void ExportEngine::Message(const std::u16string& title, const std::u16string& text) const {
+    if (seams_.Ask.Message) {
+        seams_.Ask.Message(title, text);
+    }
+}
+
+MessageSink ExportEngine::Messages() {
+    return
+        [this](const std::u16string& title, const std::u16string& text) { Message(title, text); };
+}
+
+std::u16string ExportEngine::RequestFor(std::u16string_view bibId) const {
+    return BuildRequest(state_.Options, bibId, *urlConfig_);
 }
 
 }  // namespace tesselex

@@ -18,8 +18,6 @@
 #include "app/engine/Delivery.h"
 #include "app/engine/ExportOptions.h"
 #include "app/engine/ExportReport.h"
-#include "app/engine/FormChanges.h"
-#include "app/engine/FormState.h"
 #include "app/engine/Logger.h"
 #include "app/engine/SettingKeys.h"
 #include "config/MessageSink.h"
@@ -36,8 +34,6 @@ struct EngineSeams {
     Clock Now;                            // local time
     std::function<std::u16string(std::u16string_view)> Fetch;  // whole-reply HTTP fetch
     std::function<std::u16string()> LoginName;
-    // The save question of the old-style settings file; answers yes when not set.
-    std::function<bool(const std::u16string& question)> AskYesNo;
     // The cataloguing client's per-user workfile value, given what was found before.
     std::function<std::u16string(std::u16string_view fallback)> VoyagerWorkFile;
     // Deletes the workfile, as std::filesystem::remove does.
@@ -77,74 +73,23 @@ class ExportEngine {
     void SaveOldSettings();
     // The request address an export of the bib id would send.
     std::u16string RequestFor(std::u16string_view bibId) const;
-    const EngineState& State() const;
+
+    const EngineState& State() const { return state_; }
+    const FtpSettings& Ftp() const { return ftp_; }
     // The address of the request table named by export.url (the server address dialog's text).
     const std::u16string& ServerAddress() const { return shortcutAddress_; }
-
-    FormState& Form() { return form_; }
-    const FormState& Form() const { return form_; }
-    Logger& Log() { return log_; }
-    Settings& Store() { return settings_; }
-    const std::filesystem::path& ProgramFolder() const { return programFolder_; }
-    const CfgClass& UrlConfig() const { return *urlConfig_; }
-    const CfgClass& MainConfig() const { return *mainConfig_; }
+    // The reply of that address at start-up (the server's notice).
     const std::u16string& ServerNotice() const { return serverNotice_; }
-    const FtpSettings& Ftp() const { return ftp_; }
-    bool ClearFlag() const { return clear_; }
-    // The fields of every record of the last export, record after record.
-    const std::vector<DisplayField>& DisplayRows() const { return displayRows_; }
-    // The records of the last export as they were displayed (each ends with its terminator).
-    const std::vector<std::u16string>& DisplayedRecords() const { return displayedRecords_; }
-    // The address of the request table named by export.url (the server address dialog's text).
-    const std::u16string& ShortcutAddress() const { return shortcutAddress_; }
-
-    // A window follows the form through these notifications instead of re-reading it: each
-    // publication reports the controls (and the display rows) that differ from what was last
-    // reported, then takes the form as shown.
-    void SetFormChangeSink(FormChangeSink sink) { formSink_ = std::move(sink); }
-    void PublishFormChanges();
-    // The front end put a user's edit into the form itself: the widget shows it already.
-    void FormShown() { published_.TakeAsShown(form_, displayRows_); }
-
-    // Start-up: request table, old settings file, workfile, settings into the form, Logs folder.
-    void LoadConfig();
-    // One poll of the workfile.
-    void Timer1_Timer();
-    // The manual fetch of the bib id in txtBibId.
-    void Command1_Click();
-    // Fetch, check, deliver and display the bib id in txtBibId.
-    void ExportRecord();
-    std::u16string BuildRequest() const;
-    // Writes the old-style Config.TXT (after asking) and runs start-up again.
-    void SaveConfig();
-
-    // Option events: each stores its setting at once.
-    void Chk035_Click();
-    void ChkISBN_Click();
-    void ChkClear_Click();
-    void cmbHold_Click();
-    void cmbAuth_Click();
-    void cmbChars_Click();
-    void cmb003_Click();
-    void TxtDest_Change();
-    void TxtSigler_Change();
-    // The fetch button is usable only while there is a bib id to fetch.
-    void txtBibId_Change();
-    // What the subjects dialog handed back; an empty text changes nothing.
-    void SubjectsChosen(std::u16string_view text);
-    void ArkivLoggaAllt_Click();
-    void ArkivLoggaFel_Click();
-    // The FTP dialog's Ok: stores the five settings and adjusts the one-at-a-time option.
-    void FtpSettingsChosen(const FtpSettings& ftp);
-    // The server address dialog's Ok: writes export.url and runs start-up again.
-    void ServerAddressChosen(std::u16string_view address);
+    // Status lines and the logs; a front end may show a line of its own through it.
+    Logger& Log() { return log_; }
 
   private:
     // Every export, polled or manual: fetch, check, deliver, display; then the report goes out.
     ExportReport RunExport();
+    // Fetch, check and deliver into the report; an exception is the caller's to report.
+    void FetchAndDeliver(ExportReport& report);
     // Sends the state when it differs from the last one sent.
     void NotifyState();
-    EngineState StateNow() const;
     bool AskYesNo(const std::u16string& question) const;
     void Message(const std::u16string& title, const std::u16string& text) const;
     // Message as the sink of every configuration text and record the engine loads.
@@ -153,14 +98,16 @@ class ExportEngine {
     void Store(SettingKey key, std::u16string_view value);
     void Store(std::u16string_view key, std::u16string_view value);
     void ReportSettingsNotSaved();
+    void LoadConfig();
     void FetchRequestTable();
     void MigrateOldSettings();
     void FindWorkfile();
-    void ReadSettingsIntoForm();
+    void ReadSettings();
     void RunStep(void (ExportEngine::*step)());
     // Parses each kept record once: its grid rows and readable view go into the report.
-    void RefreshDisplay(std::vector<std::u16string> records, ExportReport& report);
-    void UpdateClearOption();
+    void Display(std::vector<std::u16string> records, ExportReport& report);
+    // With an FTP server set, one-at-a-time is on and locked.
+    void UpdateOneAtATime(bool stored);
     MarcObject& Record();
     // The bib id the workfile's 004 links to ("" without one); a fault when the record model
     // cannot read the workfile at all.
@@ -174,7 +121,7 @@ class ExportEngine {
     // The record fetch, telling how it failed (a seam's reply counts as an answer).
     FetchResult FetchRecords(std::u16string_view address) const;
     // The error status and log line for a fetch that brought nothing to deliver.
-    Fault ReportFailedFetch(const FetchResult& reply);
+    Fault ReportFailedFetch(const FetchResult& reply, std::u16string_view bibId);
     // The program folder's file of that name whatever the letter case of the name on disk (as
     // the system's own file system matches names); the name as given when there is none.
     std::filesystem::path ProgramFile(std::u16string_view name) const;
@@ -182,7 +129,7 @@ class ExportEngine {
     Settings& settings_;
     EngineSeams seams_;
     std::filesystem::path programFolder_;
-    FormState form_;
+    EngineState state_;
     Logger log_;
     Delivery delivery_;
     std::unique_ptr<CfgClass> mainConfig_;
@@ -191,20 +138,13 @@ class ExportEngine {
     std::u16string serverNotice_;
     std::u16string shortcutAddress_;
     FtpSettings ftp_;
-    bool clear_ = false;
-    std::vector<DisplayField> displayRows_;
-    std::vector<std::u16string> displayedRecords_;
     // The size of an incomplete workfile and when it was first seen at that size (seconds).
     std::optional<std::pair<std::size_t, long long>> unsettled_;
     // Size, time and content hash of the last workfile that could not be deleted.
     using WorkfileIdentity = std::tuple<std::size_t, std::filesystem::file_time_type, std::size_t>;
     std::optional<WorkfileIdentity> undeletable_;
-    FormChangeSink formSink_;
-    FormPublisher published_;
     EngineListener listener_;
     std::optional<EngineState> sent_;
-    mutable EngineState current_;
-    bool busy_ = false;
 };
 
 // "Post 0 ..." as a bad record of a reply is logged: the record counter it names is never set.

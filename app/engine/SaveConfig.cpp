@@ -9,46 +9,47 @@
 namespace tesselex {
 namespace {
 
-std::u16string Digit(int value) {
-    return FormatNumber(value, 1);
+std::u16string Digit(bool on) {
+    return on ? u"1" : u"0";
 }
 
-std::u16string_view OldCharset(int index) {
+std::u16string_view OldCharset(Characters charset) {
     static constexpr std::u16string_view charsets[] = {u"LATIN1", u"UTF8/LATIN1", u"UTF8/FORMC",
                                                        u"UTF8/FORMD"};
-    return (index >= 0 && index < 4) ? charsets[index] : charsets[0];
+    return charsets[static_cast<int>(charset)];
 }
 
 // "none" has no old value: left empty, the next start-up's copy leaves the setting as it is
 // instead of turning it into "after".
-std::u16string_view Separate(int placementIndex) {
-    return placementIndex == 0 ? u"0" : placementIndex == 2 ? u"" : u"1";
+std::u16string_view Separate(Placement placement) {
+    return placement == Placement::Interleaved ? u"0" : placement == Placement::None ? u"" : u"1";
 }
 
 }  // namespace
 
-void ExportEngine::SaveConfig() {
+void ExportEngine::SaveOldSettings() {
     if (!AskYesNo(u"Spara ändringar?")) {
         return;
     }
     // Written over the file start-up reads, whatever the case of its name.
     const std::filesystem::path config = ProgramFile(u"Config.TXT");
     const std::filesystem::path backup = ProgramFile(u"Config.BAK");
+    const ExportOptions& options = state_.Options;
     const std::vector<std::u16string> lines = {
-        u"Sigler=" + form_.TxtSigler.Text,
-        u"Ämnesord=" + form_.TxtSubj.Text,
-        u"Tecken=" + std::u16string(OldCharset(form_.cmbChars.ListIndex)),
+        u"Sigler=" + options.Libraries,
+        u"Ämnesord=" + options.Subjects,
+        u"Tecken=" + std::u16string(OldCharset(options.Charset)),
         u"Hänvisningar=",
-        u"ISBNUtanBindestreck=" + Digit(form_.ChkISBN.Value),
+        u"ISBNUtanBindestreck=" + Digit(options.IsbnNoHyphens),
         u"ISSNUtanBindestreck=0",
-        u"Ändra0359=" + Digit(form_.Chk035.Value),
+        u"Ändra0359=" + Digit(options.Change035),
         u"Sortera=0",
-        u"SeparatBestånd=" + std::u16string(Separate(form_.cmbHold.ListIndex)),
-        u"SeparataAuktoriteter=" + std::u16string(Separate(form_.cmbAuth.ListIndex)),
-        u"Rensa=" + Digit(form_.ChkClear.Value),
-        u"Destination=" + form_.TxtDest.Text,
-        u"Logga=" + Digit(log_.LogAll() ? 1 : 0),
-        u"LoggaFel=" + Digit(log_.LogErrors() ? 1 : 0),
+        u"SeparatBestånd=" + std::u16string(Separate(options.Holdings)),
+        u"SeparataAuktoriteter=" + std::u16string(Separate(options.Authorities)),
+        u"Rensa=" + Digit(options.OneAtATime),
+        u"Destination=" + options.Destination,
+        u"Logga=" + Digit(log_.LogAll()),
+        u"LoggaFel=" + Digit(log_.LogErrors()),
         u"[FTP]",
         u"Server=" + ftp_.Server,
         u"Användare=" + ftp_.User,
@@ -71,7 +72,7 @@ void ExportEngine::SaveConfig() {
     }
 
     Message(u"TESSELEX", u"Ändringar sparade.");
-    LoadConfig();
+    Start();
 }
 
 }  // namespace tesselex

@@ -1,6 +1,6 @@
 // Start-up: the request table from the export server (or the local fallback), the one-time
-// copy of an old Config.TXT into the settings, the watched workfile, and the settings put into
-// the form.
+// copy of an old Config.TXT into the settings, the watched workfile, and the settings read into
+// the engine's state.
 
 #include <exception>
 #include <system_error>
@@ -17,6 +17,11 @@
 
 namespace tesselex {
 namespace {
+
+// Shown beside the one-at-a-time option while an FTP server is set.
+constexpr std::u16string_view OneAtATimeLockedText =
+    u"Denna inställning kan endast göras om FTP inte används. Vid vidarebefordran med FTP "
+    u"skickas alltid en post i taget.";
 
 bool Exists(const std::filesystem::path& path) {
     std::error_code ec;
@@ -56,11 +61,16 @@ void ExportEngine::RunStep(void (ExportEngine::*step)()) {
     }
 }
 
+void ExportEngine::Start() {
+    LoadConfig();
+    NotifyState();
+}
+
 void ExportEngine::LoadConfig() {
     RunStep(&ExportEngine::FetchRequestTable);
     RunStep(&ExportEngine::MigrateOldSettings);
     RunStep(&ExportEngine::FindWorkfile);
-    RunStep(&ExportEngine::ReadSettingsIntoForm);
+    RunStep(&ExportEngine::ReadSettings);
     std::error_code ec;
     std::filesystem::create_directories(log_.LogFolder(), ec);
     if (ec) {
@@ -118,7 +128,7 @@ void ExportEngine::FindWorkfile() {
     }
     workfile =
         seams_.VoyagerWorkFile ? seams_.VoyagerWorkFile(workfile) : VoyagerHoldWorkFile(workfile);
-    form_.TxtFile.Text = workfile;
+    state_.Workfile = workfile;
     if (workfile.empty()) {
         Message(u"TESSEL Export",
                 u"Du måste ange ett filnamn i Voyager "
@@ -126,11 +136,11 @@ void ExportEngine::FindWorkfile() {
     }
 }
 
-void ExportEngine::ReadSettingsIntoForm() {
-    form_.TxtDest.Text = settings_.Setting(SettingKey::Destination);
-    form_.TxtSigler.Text = settings_.Setting(SettingKey::Libraries);
-    form_.TxtSubj.Text = settings_.Setting(SettingKey::Subjects);
-    clear_ = settings_.IsYes(SettingKey::Clear);
+void ExportEngine::ReadSettings() {
+    ExportOptions& options = state_.Options;
+    options.Destination = settings_.Setting(SettingKey::Destination);
+    options.Libraries = settings_.Setting(SettingKey::Libraries);
+    options.Subjects = settings_.Setting(SettingKey::Subjects);
     ftp_.Server = settings_.Setting(SettingKey::FTPServer);
     ftp_.User = settings_.Setting(SettingKey::FTPUser);
     ftp_.Password = settings_.Setting(SettingKey::FTPPassword);
@@ -138,43 +148,39 @@ void ExportEngine::ReadSettingsIntoForm() {
     ftp_.Filename = settings_.Setting(SettingKey::FTPFilename);
     log_.SetLogAll(settings_.IsYes(SettingKey::Logging));
     log_.SetLogErrors(settings_.IsYes(SettingKey::LogErrors));
-    form_.ArkivLoggaAllt.Checked = log_.LogAll();
-    form_.ArkivLoggaFel.Checked = log_.LogErrors();
 
-    UpdateClearOption();
-    form_.ChkISBN.Value = settings_.IsYes(SettingKey::ISBNDehyphenate) ? 1 : 0;
-    form_.Chk035.Value = settings_.IsYes(SettingKey::Change035) ? 1 : 0;
+    UpdateOneAtATime(settings_.IsYes(SettingKey::Clear));
+    options.IsbnNoHyphens = settings_.IsYes(SettingKey::ISBNDehyphenate);
+    options.Change035 = settings_.IsYes(SettingKey::Change035);
 
-    form_.cmbChars.ListIndex =
-        GetSelection(u"CHARSET", settings_.Setting(SettingKey::Charset) + u"/" +
-                                     settings_.Setting(SettingKey::Compose));
-    form_.cmbHold.ListIndex = GetSelection(u"HOLDTYPE", settings_.Setting(SettingKey::Holdtype));
-    form_.cmbAuth.ListIndex = GetSelection(u"AUTHTYPE", settings_.Setting(SettingKey::Authtype));
+    options.Charset = static_cast<Characters>(GetSelection(
+        u"CHARSET",
+        settings_.Setting(SettingKey::Charset) + u"/" + settings_.Setting(SettingKey::Compose)));
+    options.Holdings =
+        static_cast<Placement>(GetSelection(u"HOLDTYPE", settings_.Setting(SettingKey::Holdtype)));
+    options.Authorities =
+        static_cast<Placement>(GetSelection(u"AUTHTYPE", settings_.Setting(SettingKey::Authtype)));
 
     const std::u16string string003 = settings_.Setting(SettingKey::String003);
     if (!string003.empty()) {
-        form_.cmb003.ListIndex = string003 == u"SE-TESL" ? 0 : 1;
+        options.Code = string003 == Code003Texts[0] ? Code003::SeTesl : Code003::Tessel;
     } else {
-        form_.cmb003.ListIndex = 1;
-        Store(SettingKey::String003, form_.cmb003.Text());
+        options.Code = Code003::Tessel;
+        Store(SettingKey::String003, Code003Texts[static_cast<std::size_t>(options.Code)]);
     }
 
-    form_.txtBibId.Text = settings_.Setting(SettingKey::LastBibId);
-    form_.Command1.Enabled = !form_.txtBibId.Text.empty();
+    state_.BibId = settings_.Setting(SettingKey::LastBibId);
+    state_.CanExport = !state_.BibId.empty();
 }
 
 // With FTP each upload carries exactly the records of one export, so the destination is
 // emptied before every export and the option is locked.
-void ExportEngine::UpdateClearOption() {
-    if (!ftp_.Server.empty()) {
-        clear_ = true;
-        form_.ChkClear.Enabled = false;
-        form_.ChkClear.ToolTipText = std::u16string(ClearDisabledByFtpText);
-    } else {
-        form_.ChkClear.Enabled = true;
-        form_.ChkClear.ToolTipText.clear();
-    }
-    form_.ChkClear.Value = clear_ ? 1 : 0;
+void ExportEngine::UpdateOneAtATime(bool stored) {
+    ExportOptions& options = state_.Options;
+    options.OneAtATimeLocked = !ftp_.Server.empty();
+    options.OneAtATime = options.OneAtATimeLocked || stored;
+    options.LockedReason =
+        options.OneAtATimeLocked ? std::u16string(OneAtATimeLockedText) : std::u16string();
 }
 
 }  // namespace tesselex

@@ -523,7 +523,9 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAlone) {
     ExportEngine& engine = StartUp();
     EXPECT_TRUE(engine.State().Options.OneAtATime);
     EXPECT_TRUE(engine.State().Options.OneAtATimeLocked);
-    EXPECT_EQ(engine.State().Options.LockedReason, ClearDisabledByFtpText);
+    EXPECT_EQ(engine.State().Options.LockedReason,
+              u"Denna inställning kan endast göras om FTP inte används. Vid vidarebefordran med "
+              u"FTP skickas alltid en post i taget.");
     engine.SetOption(Option::OneAtATime, false);
     EXPECT_TRUE(engine.State().Options.OneAtATime) << "locked";
     WriteBytes(destination_, "left over from yesterday");
