@@ -11,6 +11,7 @@
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "app/engine/WatchLock.h"
+#include "config/MessageSink.h"
 #include "config/StopRequest.h"
 #include "config/Utf.h"
 
@@ -36,6 +37,14 @@ class StatusPrinter {
     int errors_ = 0;
 };
 
+// The engine's messages (a missing workfile name, a failed save of the old settings) go to
+// stderr; its one question, the old-style save's, is never asked here.
+EngineSeams CliSeams() {
+    EngineSeams seams;
+    seams.Ask.Message = WriteMessageToStderr;
+    return seams;
+}
+
 int Usage(const std::string& message) {
     std::cerr << "tesselex-cli: " << message << " (see --help)\n";
     return 2;
@@ -51,7 +60,7 @@ int Watch(const std::vector<std::string>& args) {
         }
     }
     Settings settings;
-    ExportEngine engine(settings);
+    ExportEngine engine(settings, CliSeams());
     StatusPrinter printer(engine);
     // Ctrl+C, SIGTERM (or the console's Ctrl+Break) end the loop between polls.
     InstallStopHandler();
@@ -93,7 +102,7 @@ int Fetch(const std::vector<std::string>& args) {
         return Usage("fetch takes at most one bib id");
     }
     Settings settings;
-    ExportEngine engine(settings);
+    ExportEngine engine(settings, CliSeams());
     StatusPrinter printer(engine);
     engine.Start();
     (void)engine.Export(args.empty() ? engine.State().BibId : Utf8ToText(args[0]));
@@ -105,7 +114,7 @@ int Request(const std::vector<std::string>& args) {
         return Usage("request takes one bib id");
     }
     Settings settings;
-    ExportEngine engine(settings);
+    ExportEngine engine(settings, CliSeams());
     engine.Start();
     std::cout << TextToUtf8(engine.RequestFor(Utf8ToText(args[0]))) << '\n';
     return 0;
