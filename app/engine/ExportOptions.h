@@ -62,7 +62,7 @@ struct ExportOptions {
     bool operator==(const ExportOptions&) const = default;
 };
 
-// Which events to log (the Arkiv menu's two switches).
+// Which events to log: exports and errors, each in its own daily log.
 struct LogChoice {
     bool Exports = false;
     bool Errors = false;
