@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "app/engine/DurableFile.h"
+#include "app/engine/OutboxRunner.h"
 #include "tests/support/TempDir.h"
 
 namespace tesselex {
@@ -128,6 +129,10 @@ TEST(OutboxTest, TimesCountInSecondsAcrossDaysMonthsAndLeapYears) {
     EXPECT_EQ(SecondsOf({1969, 12, 31, 23, 59, 59}), -1);
     EXPECT_EQ(SecondsOf({2000, 3, 1, 0, 0, 0}), 951868800);
     EXPECT_EQ(SecondsOf({2026, 11, 24, 10, 42, 5}), 1795516925);
+    for (const DateTime at : {DateTime{2026, 11, 24, 10, 42, 5}, DateTime{2024, 2, 29, 23, 59, 59},
+                              DateTime{1969, 12, 31, 0, 0, 1}}) {
+        EXPECT_EQ(DateTimeOf(SecondsOf(at)), at) << "and back";
+    }
 }
 
 TEST(OutboxTest, ACrashedAppendIsToldCompleteNotMadeOrTorn) {

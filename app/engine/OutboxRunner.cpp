@@ -1,0 +1,217 @@
+// The order, back-off and repair of the waiting exports.
+
+#include "app/engine/OutboxRunner.h"
+
+#include <algorithm>
+#include <system_error>
+
+#include "app/engine/DurableFile.h"
+#include "config/Utf.h"
+
+namespace tesselex {
+namespace {
+
+// The longest back-off: a NextTry further away than this means the clock was put back.
+constexpr long long kLongestWait = 300;
+
+}  // namespace
+
+OutboxRunner::OutboxRunner(Outbox outbox, std::function<long long()> now)
+    : outbox_(std::move(outbox)), now_(std::move(now)) {}
+
+std::vector<Fault> OutboxRunner::Resume() {
+    std::vector<Fault> problems;
+    Outcome<OutboxContents> read = outbox_.Read();
+    if (!read) {
+        problems.push_back(read.Failure());
+        return problems;
+    }
+    for (const std::filesystem::path& file : read.Value().Unreadable) {
+        problems.push_back(Fault{FaultKind::BadData,
+                                 u"the entry " + PathToText(file) + u" cannot be read", 0});
+    }
+    entries_ = std::move(read.Value().Entries);
+    for (OutboxEntry& entry : entries_) {
+        if (Done repaired = Repair(entry); !repaired) {
+            problems.push_back(repaired.Failure());
+        }
+    }
+    return problems;
+}
+
+Done OutboxRunner::Repair(OutboxEntry& entry) {
+    if (!entry.Append || entry.Saved) {
+        return {};
+    }
+    switch (CheckAppend(*entry.Append)) {
+        case AppendState::Complete:
+            entry.Saved = true;  // the append stays noted: it names the file to upload
+            return outbox_.Put(entry);
+        case AppendState::Torn:
+            if (Done cut = TruncateDurably(entry.Append->File, entry.Append->LengthBefore); !cut) {
+                return cut;
+            }
+            break;
+        case AppendState::NotMade:
+            break;
+    }
+    entry.Append.reset();
+    return outbox_.Put(entry);
+}
+
+Outcome<bool> OutboxRunner::Add(std::u16string_view bibId, const DateTime& savedAt,
+                                std::u16string_view request) {
+    OutboxEntry* waiting = FindEntry(bibId);
+    OutboxEntry entry;
+    if (waiting != nullptr) {
+        // Saved again: fetched again, from the options now in force, keeping its place.
+        entry = *waiting;
+        entry.Failed = false;
+        entry.Saved = false;
+        entry.Append.reset();
+    } else {
+        entry.BibId = std::u16string(bibId);
+        entry.SavedAt = savedAt;
+    }
+    entry.Request = std::u16string(request);
+    if (Done put = outbox_.Put(entry); !put) {
+        return put.Failure();
+    }
+    fresh_ = entry.Sequence;
+    if (waiting != nullptr) {
+        *waiting = std::move(entry);
+        return false;
+    }
+    entries_.push_back(std::move(entry));
+    return true;
+}
+
+bool OutboxRunner::Due(const OutboxEntry& entry) const {
+    const long long now = now_();
+    return now >= entry.NextTry || entry.NextTry - now > kLongestWait;
+}
+
+void OutboxRunner::RunDue(const Attempt& attempt, const AfterAttempt& after) {
+    // Entries marked failed stand aside; the oldest other one goes first or everything waits.
+    std::size_t next = 0;
+    while (next < entries_.size()) {
+        OutboxEntry& entry = entries_[next];
+        if (entry.Failed) {
+            ++next;
+            continue;
+        }
+        if (!Due(entry)) {
+            return;
+        }
+        const std::u16string bibId = entry.BibId;
+        if (!Run(entry, attempt, after)) {
+            const OutboxEntry* left = Find(bibId);
+            if (left == nullptr || !left->Failed) {
+                return;  // backing off, or its entry could not be written: the rest wait
+            }
+        }
+        // Delivered (and gone), or failed for good: the next one may go.
+        next = 0;
+    }
+}
+
+Done OutboxRunner::RunNow(std::u16string_view bibId, const Attempt& attempt,
+                          const AfterAttempt& after) {
+    OutboxEntry* entry = FindEntry(bibId);
+    if (entry == nullptr) {
+        return Fault{FaultKind::BadData, u"no export of " + std::u16string(bibId) + u" waits", 0};
+    }
+    return Run(*entry, attempt, after);
+}
+
+Done OutboxRunner::Run(OutboxEntry& entry, const Attempt& attempt, const AfterAttempt& after) {
+    const bool late = entry.Sequence != fresh_ || entry.Attempts > 0;
+    fresh_ = 0;
+    const std::u16string bibId = entry.BibId;
+    AttemptHooks hooks;
+    hooks.Appending = [this, bibId](const PendingAppend& append) {
+        OutboxEntry* noted = FindEntry(bibId);
+        noted->Append = append;
+        return outbox_.Put(*noted);
+    };
+    hooks.Saved = [this, bibId]() {
+        OutboxEntry* noted = FindEntry(bibId);
+        noted->Saved = true;
+        return outbox_.Put(*noted);
+    };
+    const Done outcome = attempt(entry, late, hooks);
+    OutboxEntry* tried = FindEntry(bibId);
+    if (outcome) {
+        const Done removed = outbox_.Remove(bibId);
+        if (removed) {
+            entries_.erase(entries_.begin() + (tried - entries_.data()));
+            if (after) {
+                OutboxEntry gone;
+                gone.BibId = bibId;
+                after(gone, outcome);
+            }
+        }
+        return removed;
+    }
+    tried->LastReason = outcome.Reason();
+    if (!tried->Saved) {
+        tried->Append.reset();  // a failed append is cut back: nothing of it stays
+    }
+    if (Retryable(outcome.Failure())) {
+        tried->Failed = false;
+        ++tried->Attempts;
+        tried->NextTry = now_() + RetryDelaySeconds(tried->Attempts);
+    } else {
+        tried->Failed = true;
+    }
+    // A failed write leaves the entry as the try found it on the disk: it is tried again.
+    (void)outbox_.Put(*tried);
+    if (after) {
+        after(*tried, outcome);
+    }
+    return outcome;
+}
+
+Done OutboxRunner::Drop(std::u16string_view bibId) {
+    if (Done removed = outbox_.Remove(bibId); !removed) {
+        return removed;
+    }
+    std::erase_if(entries_, [bibId](const OutboxEntry& entry) { return entry.BibId == bibId; });
+    return {};
+}
+
+OutboxEntry* OutboxRunner::FindEntry(std::u16string_view bibId) {
+    const auto found = std::find_if(entries_.begin(), entries_.end(),
+                                    [bibId](const OutboxEntry& entry) { return entry.BibId == bibId; });
+    return found == entries_.end() ? nullptr : &*found;
+}
+
+const OutboxEntry* OutboxRunner::Find(std::u16string_view bibId) const {
+    return const_cast<OutboxRunner*>(this)->FindEntry(bibId);
+}
+
+DateTime DateTimeOf(long long seconds) {
+    // The inverse of SecondsOf (Howard Hinnant's civil-from-days).
+    long long days = seconds / 86400;
+    long long rest = seconds % 86400;
+    if (rest < 0) {
+        rest += 86400;
+        --days;
+    }
+    const long long z = days + 719468;
+    const long long era = (z >= 0 ? z : z - 146096) / 146097;
+    const long long doe = z - era * 146097;
+    const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const long long mp = (5 * doy + 2) / 153;
+    DateTime at;
+    at.Day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    at.Month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    at.Year = static_cast<int>(yoe + era * 400 + (at.Month <= 2 ? 1 : 0));
+    at.Hour = static_cast<int>(rest / 3600);
+    at.Minute = static_cast<int>(rest % 3600 / 60);
+    at.Second = static_cast<int>(rest % 60);
+    return at;
+}
+
+}  // namespace tesselex

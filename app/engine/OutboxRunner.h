@@ -1,0 +1,73 @@
+#pragma once
+// Which waiting export is tried next, and what a try's outcome does to its entry. The oldest
+// entry goes first and the others wait behind it while it backs off, so exports arrive in the
+// order they were saved; an entry no retry can cure stands aside for the cataloguer. The try
+// itself (fetch, save, upload) is the caller's.
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/engine/Outbox.h"
+
+namespace tesselex {
+
+// What a try tells the outbox while it works, so that a crash at any moment can be repaired.
+struct AttemptHooks {
+    // Before the first byte of the append is written.
+    std::function<Done(const PendingAppend&)> Appending;
+    // The records are on the disk; only the upload is still due.
+    std::function<Done()> Saved;
+};
+
+// One try of the entry's export: Done once its records are in the destination (and uploaded).
+// `late` is true unless the try comes right after the save that made the entry.
+using Attempt =
+    std::function<Done(const OutboxEntry& entry, bool late, const AttemptHooks& hooks)>;
+// Told after each try: the entry as it now stands and the try's outcome.
+using AfterAttempt = std::function<void(const OutboxEntry& entry, const Done& outcome)>;
+
+class OutboxRunner {
+  public:
+    // `now` gives the engine's clock in seconds (SecondsOf).
+    OutboxRunner(Outbox outbox, std::function<long long()> now);
+
+    // Reads the outbox an earlier run left and repairs its interrupted appends: a complete one
+    // counts as saved, a torn one is cut back so the export is made again. Answers what could
+    // not be read or repaired; those entries are left as they are.
+    [[nodiscard]] std::vector<Fault> Resume();
+    // Records a new export (answers true), or the bib id's waiting one again with the request
+    // now in force, in its old place (answers false).
+    [[nodiscard]] Outcome<bool> Add(std::u16string_view bibId, const DateTime& savedAt,
+                                    std::u16string_view request);
+    // Tries the oldest entries that may go now, one after another, until one must wait.
+    void RunDue(const Attempt& attempt, const AfterAttempt& after);
+    // Tries the bib id's entry now, whatever its back-off or failure; a bib id that does not
+    // wait is a BadData fault.
+    Done RunNow(std::u16string_view bibId, const Attempt& attempt, const AfterAttempt& after);
+    [[nodiscard]] Done Drop(std::u16string_view bibId);
+
+    // Oldest first.
+    const std::vector<OutboxEntry>& Entries() const { return entries_; }
+    const OutboxEntry* Find(std::u16string_view bibId) const;
+
+  private:
+    OutboxEntry* FindEntry(std::u16string_view bibId);
+    // The try and its outcome: removed when done, else backed off or marked failed.
+    Done Run(OutboxEntry& entry, const Attempt& attempt, const AfterAttempt& after);
+    [[nodiscard]] Done Repair(OutboxEntry& entry);
+    bool Due(const OutboxEntry& entry) const;
+
+    Outbox outbox_;
+    std::function<long long()> now_;
+    std::vector<OutboxEntry> entries_;
+    std::uint64_t fresh_ = 0;  // the Sequence of the entry added last, tried on time
+};
+
+// The local time the given SecondsOf stands for.
+DateTime DateTimeOf(long long seconds);
+
+}  // namespace tesselex
