@@ -1,5 +1,6 @@
 #include "app/engine/Delivery.h"
 
+#include "app/engine/DurableFile.h"
 #include "app/engine/WholeWrite.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
@@ -17,6 +18,18 @@ std::u16string Because(const FtpError& error) {
         reason.pop_back();
     }
     return reason.empty() ? std::u16string() : u": " + reason + u".";
+}
+
+// Tells the journal the append about to be made, so a crash part way can be repaired.
+Done Noted(const SaveJournal& journal, const std::filesystem::path& file, const std::string& bytes,
+           bool clear) {
+    if (!journal.Appending) {
+        return {};
+    }
+    std::error_code ec;
+    const std::uintmax_t length = clear ? 0 : std::filesystem::file_size(file, ec);
+    return journal.Appending(
+        PendingAppend{file, ec ? 0 : length, bytes.size(), ContentHash(bytes), clear});
 }
 
 }  // namespace
@@ -39,7 +52,7 @@ Delivery::Delivery(Logger& log, Clock clock, LoginName loginName)
 
 Outcome<std::u16string> Delivery::SaveExport(std::u16string_view records,
                                              std::u16string_view destination, bool clear,
-                                             std::u16string_view bibId) {
+                                             std::u16string_view bibId, const SaveJournal& journal) {
     lastSaved_.clear();
     const std::u16string path = ExpandFileName(destination, clock_(), loginName_());
     if (path.empty()) {
@@ -47,7 +60,14 @@ Outcome<std::u16string> Delivery::SaveExport(std::u16string_view records,
     }
     const std::filesystem::path file = TextToPath(path);
     const std::string bytes = TextToAnsi(records);
-    const Done written = clear ? ReplaceFile(file, bytes) : AppendToFile(file, bytes);
+    Done written = Noted(journal, file, bytes, clear);
+    if (written) {
+        written = clear ? ReplaceFile(file, bytes) : AppendToFile(file, bytes);
+    }
+    if (written && !clear) {
+        // An outbox entry leaves once its records are on the disk, not in a cache.
+        written = SyncFile(file);
+    }
     if (!written) {
         // The old program failed here without a word (docs/behaviour.md).
         log_.Report(u"Post #" + std::u16string(bibId) + u" kunde inte sparas till " + path + u": " +
@@ -56,16 +76,21 @@ Outcome<std::u16string> Delivery::SaveExport(std::u16string_view records,
         return written.Failure();
     }
     lastSaved_ = path;
-    log_.Report(u"Post #" + std::u16string(bibId) + u" sparad till " + path + u".", false);
+    log_.Report(u"Post #" + std::u16string(bibId) + u" sparad till " + path + journal.Late + u".",
+                false);
     return path;
 }
 
 Done Delivery::SendExport(std::u16string_view destination, const FtpSettings& ftp,
                           std::u16string_view bibId) {
-    const std::u16string login = loginName_();
-    const std::u16string local =
-        lastSaved_.empty() ? ExpandFileName(destination, clock_(), login) : lastSaved_;
-    const std::u16string remote = RemoteName(ftp, clock_(), login);
+    return SendFile(lastSaved_.empty() ? ExpandFileName(destination, clock_(), loginName_())
+                                       : lastSaved_,
+                    ftp, bibId);
+}
+
+Done Delivery::SendFile(std::u16string_view local, const FtpSettings& ftp,
+                        std::u16string_view bibId) {
+    const std::u16string remote = RemoteName(ftp, clock_(), loginName_());
     FtpError error;
     FtpHandle handle = FtpConnect(ftp.Server, ftp.User, ftp.Password, &error);
     if (!handle) {

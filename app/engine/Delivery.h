@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "app/engine/Logger.h"
+#include "app/engine/Outbox.h"
 #include "config/Outcome.h"
 
 namespace tesselex {
@@ -26,23 +27,35 @@ std::u16string ExpandFileName(std::u16string_view pattern, const DateTime& at,
 // The remote path: the expanded file name, inside the directory when one is set.
 std::u16string RemoteName(const FtpSettings& ftp, const DateTime& at, std::u16string_view login);
 
+// What an export waiting in the outbox adds to its save.
+struct SaveJournal {
+    // Told the append about to be made, before its first byte is written; a fault stops the save.
+    std::function<Done(const PendingAppend&)> Appending;
+    // Follows the destination's name in the saved line of a late delivery.
+    std::u16string Late;
+};
+
 class Delivery {
   public:
     using LoginName = std::function<std::u16string()>;
     Delivery(Logger& log, Clock clock, LoginName loginName);
 
     // Appends the records (an 8-bit string, written byte for byte) to the expanded destination,
-    // emptying it first when `clear` is set; answers the path written. Every outcome is
-    // reported; an empty destination is a fault with nothing reported.
+    // emptying it first when `clear` is set, and flushes it to the disk; answers the path
+    // written. Every outcome is reported; an empty destination is a fault with nothing reported.
     [[nodiscard]] Outcome<std::u16string> SaveExport(std::u16string_view records,
                                                      std::u16string_view destination, bool clear,
-                                                     std::u16string_view bibId);
+                                                     std::u16string_view bibId,
+                                                     const SaveJournal& journal = {});
     // Uploads the file the last SaveExport wrote (else the expanded destination) under the
     // remote name; failures are reported as errors, with the transfer's reason. Reusing the saved
     // path keeps a date pattern that ticks over between saving and sending from naming a file that
     // was never written.
     [[nodiscard]] Done SendExport(std::u16string_view destination, const FtpSettings& ftp,
                                   std::u16string_view bibId);
+    // Uploads the given file under the remote name, reported as SendExport reports.
+    [[nodiscard]] Done SendFile(std::u16string_view local, const FtpSettings& ftp,
+                                std::u16string_view bibId);
 
   private:
     Logger& log_;

@@ -28,17 +28,17 @@ ExportReport ExportEngine::Export(std::u16string_view bibId) {
         report.Failures.push_back(Fault{FaultKind::BadData, u"Ingen aktiv post!", 0});
         return report;
     }
-    return RunExport();
+    return ExportNow(state_.BibId);
 }
 
-ExportReport ExportEngine::RunExport() {
+ExportReport ExportEngine::RunExport(const Waited* waited) {
     ExportReport report;
     report.BibId = state_.BibId;
     state_.Busy = true;
     // The bib id and the busy state show while the server is asked.
     NotifyState();
     try {
-        FetchAndDeliver(report);
+        FetchAndDeliver(report, waited);
     } catch (const std::exception& e) {
         // The bib id stays for a manual retry.
         const std::u16string reason = Utf8ToText(e.what());
@@ -56,9 +56,9 @@ ExportReport ExportEngine::RunExport() {
     return report;
 }
 
-void ExportEngine::FetchAndDeliver(ExportReport& report) {
+void ExportEngine::FetchAndDeliver(ExportReport& report, const Waited* waited) {
     Store(SettingKey::LastBibId, report.BibId);
-    report.Request = RequestFor(report.BibId);
+    report.Request = waited != nullptr ? waited->Request : RequestFor(report.BibId);
     const FetchResult reply = FetchRecords(report.Request);
     if (!reply.Ok() && reply.Failure != NetFailure::HttpStatus) {
         report.Failures.push_back(ReportFailedFetch(reply, report.BibId));
@@ -84,10 +84,15 @@ void ExportEngine::FetchAndDeliver(ExportReport& report) {
     }
     const std::u16string& destination = state_.Options.Destination;
     Outcome<std::u16string> saved =
-        delivery_.SaveExport(exportText, destination, state_.Options.OneAtATime, report.BibId);
+        delivery_.SaveExport(exportText, destination, state_.Options.OneAtATime, report.BibId,
+                             waited != nullptr ? waited->Journal : SaveJournal{});
     if (saved) {
         report.SavedTo = std::move(saved).Value();
         if (!ftp_.Server.empty()) {
+            if (waited != nullptr) {
+                // Not noted, a failed upload is retried with a new fetch instead.
+                (void)waited->Saved();
+            }
             report.Upload = delivery_.SendExport(destination, ftp_, report.BibId);
         }
     } else {

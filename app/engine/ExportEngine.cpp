@@ -31,7 +31,9 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
       log_(programFolder_, ClockOf(seams_)),
       delivery_(log_, ClockOf(seams_), LoginOf(seams_)),
       mainConfig_(std::make_unique<CfgClass>(Messages())),
-      urlConfig_(std::make_unique<CfgClass>(Messages())) {}
+      urlConfig_(std::make_unique<CfgClass>(Messages())),
+      outbox_(std::make_unique<OutboxRunner>(Outbox(programFolder_ / "Outbox"),
+                                             [now = ClockOf(seams_)] { return SecondsOf(now()); })) {}
 
 ExportEngine::~ExportEngine() = default;
 
@@ -86,6 +88,10 @@ void ExportEngine::SetListener(EngineListener listener) {
 }
 
 void ExportEngine::NotifyState() {
+    if (listener_.WaitingChanged && waitingSent_ != outbox_->Entries()) {
+        waitingSent_ = outbox_->Entries();
+        listener_.WaitingChanged(*waitingSent_);
+    }
     state_.Logging = {log_.LogAll(), log_.LogErrors()};
     if (sent_ == state_) {
         return;

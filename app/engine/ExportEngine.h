@@ -19,6 +19,7 @@
 #include "app/engine/ExportOptions.h"
 #include "app/engine/ExportReport.h"
 #include "app/engine/Logger.h"
+#include "app/engine/OutboxRunner.h"
 #include "app/engine/SettingKeys.h"
 #include "config/MessageSink.h"
 
@@ -83,11 +84,41 @@ class ExportEngine {
     // Status lines and the logs; a front end may show a line of its own through it.
     Logger& Log() { return log_; }
 
+    // The exports waiting in the outbox (program folder, Outbox/), oldest first.
+    const std::vector<OutboxEntry>& Waiting() const;
+    // Tries the given waiting exports now (every one when none is given), oldest first;
+    // answers how many still wait.
+    std::size_t RetryWaiting(const std::vector<std::u16string>& bibIds = {});
+    // Gives up the bib id's waiting export.
+    [[nodiscard]] Done DropWaiting(std::u16string_view bibId);
+
   private:
     // Every export, polled or manual: fetch, check, deliver, display; then the report goes out.
-    ExportReport RunExport();
+    // A waiting export brings its request and the outbox's hooks.
+    struct Waited {
+        std::u16string Request;
+        SaveJournal Journal;
+        std::function<Done()> Saved;
+    };
+    ExportReport RunExport(const Waited* waited = nullptr);
     // Fetch, check and deliver into the report; an exception is the caller's to report.
-    void FetchAndDeliver(ExportReport& report);
+    void FetchAndDeliver(ExportReport& report, const Waited* waited);
+    // The workfile's part of a poll: taken once written, its export queued, the file removed.
+    void TakeWorkfile();
+    // The outbox (OutboxCalls.cpp): read and repaired at start-up, the export written to it
+    // before its workfile goes, the due ones tried at each poll.
+    void ResumeOutbox();
+    // Answers whether the bib id's entry is new; nullopt when it cannot be written (reported).
+    std::optional<bool> QueueExport(std::u16string_view bibId);
+    void RunWaiting();
+    // A manual export: through the outbox, tried at once.
+    ExportReport ExportNow(const std::u16string& bibId);
+    Done TryWaiting(const OutboxEntry& entry, bool late, const AttemptHooks& hooks,
+                    ExportReport* report);
+    void AfterTry(const OutboxEntry& entry, const Done& outcome);
+    // TryWaiting and AfterTry as the runner takes them.
+    Attempt Trying(ExportReport* report);
+    AfterAttempt Tried();
     // Sends the state when it differs from the last one sent.
     void NotifyState();
     bool AskYesNo(const std::u16string& question) const;
@@ -143,6 +174,8 @@ class ExportEngine {
     // Size, time and content hash of the last workfile that could not be deleted.
     using WorkfileIdentity = std::tuple<std::size_t, std::filesystem::file_time_type, std::size_t>;
     std::optional<WorkfileIdentity> undeletable_;
+    std::unique_ptr<OutboxRunner> outbox_;
+    std::optional<std::vector<OutboxEntry>> waitingSent_;
     EngineListener listener_;
     std::optional<EngineState> sent_;
 };

@@ -10,6 +10,7 @@
 
 #include "app/engine/ExportOptions.h"
 #include "app/engine/Logger.h"
+#include "app/engine/Outbox.h"
 #include "config/Outcome.h"
 
 namespace tesselex {
@@ -57,6 +58,8 @@ struct EngineListener {
     std::function<void(const EngineState&)> StateChanged;
     std::function<void(const StatusLine&)> Status;
     std::function<void(const ExportReport&)> Exported;
+    // The exports waiting in the outbox, oldest first, whenever they change.
+    std::function<void(const std::vector<OutboxEntry>&)> WaitingChanged;
 };
 
 // The engine's modal questions. Empty members answer yes and show nothing.

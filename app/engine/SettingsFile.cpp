@@ -12,6 +12,7 @@
 #include <chrono>
 #include <system_error>
 
+#include "app/engine/DurableFile.h"
 #include "app/engine/QtText.h"
 #include "config/Utf.h"
 
@@ -77,8 +78,12 @@ bool WriteSettingsFile(const std::filesystem::path& file, const SettingValues& v
             checked, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
             std::filesystem::perm_options::replace, ec);
         NewerThan(checked, file);
+        // Flushed before the rename and the folder after, so a crash leaves either file whole.
+        ok = SyncFile(checked).Ok();
+    }
+    if (ok) {
         std::filesystem::rename(checked, file, ec);
-        ok = !ec;
+        ok = !ec && SyncFolder(file.parent_path()).Ok();
     }
     if (!ok) {
         std::filesystem::remove(written, ec);

@@ -63,6 +63,7 @@ void ExportEngine::RunStep(void (ExportEngine::*step)()) {
 
 void ExportEngine::Start() {
     LoadConfig();
+    ResumeOutbox();
     NotifyState();
 }
 

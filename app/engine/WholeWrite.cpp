@@ -2,6 +2,8 @@
 
 #include "app/engine/WholeWrite.h"
 
+#include "app/engine/DurableFile.h"
+
 #ifndef _WIN32
 #include <locale.h>
 #endif
@@ -97,6 +99,12 @@ Done ReplaceFile(const std::filesystem::path& file, const std::string& bytes,
     beside += ".part";
     int error = WriteAll(OpenFile(beside, false), bytes);
     std::error_code ec;
+    if (error == 0) {
+        // On the disk before the rename, so a crash leaves the old file or the new one whole.
+        if (Done synced = SyncFile(beside); !synced) {
+            error = synced.Failure().Code;
+        }
+    }
     if (error == 0 && !backup.empty() && std::filesystem::exists(file, ec)) {
         // The old file is replaced only once it is safe in the backup.
         std::filesystem::remove(backup, ec);
@@ -108,7 +116,7 @@ Done ReplaceFile(const std::filesystem::path& file, const std::string& bytes,
         error = ec.value();
     }
     if (error == 0) {
-        return {};
+        return SyncFolder(file.parent_path());
     }
     std::filesystem::remove(beside, ec);
     return FaultOf(error);

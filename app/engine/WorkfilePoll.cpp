@@ -1,7 +1,7 @@
 // The poll of the holdings workfile: wait until the cataloguing client has written it, remove
 // it, and export the bib id its 004 links to.
 
-#include <chrono>
+#include <optional>
 #include <exception>
 #include <system_error>
 
@@ -28,18 +28,20 @@ bool IsIncomplete(std::u16string_view record) {
            Val(record.substr(0, 5)) > static_cast<double>(record.size());
 }
 
-long long SecondsOf(const DateTime& at) {
-    const std::chrono::sys_days day = std::chrono::year_month_day(
-        std::chrono::year(at.Year), std::chrono::month(static_cast<unsigned>(at.Month)),
-        std::chrono::day(static_cast<unsigned>(at.Day)));
-    return static_cast<long long>(day.time_since_epoch().count()) * 86400 + at.Hour * 3600 +
-           at.Minute * 60 + at.Second;
-}
-
 }  // namespace
 
 void ExportEngine::Poll() {
-    if (state_.Busy || state_.Workfile.empty()) {
+    if (state_.Busy) {
+        return;
+    }
+    TakeWorkfile();
+    // Waiting exports go too, the one just queued among them.
+    RunWaiting();
+    NotifyState();
+}
+
+void ExportEngine::TakeWorkfile() {
+    if (state_.Workfile.empty()) {
         return;
     }
     const std::filesystem::path workfile = TextToPath(state_.Workfile);
@@ -51,11 +53,18 @@ void ExportEngine::Poll() {
     if (!WorkfileSettled(contents)) {
         return;  // left for the next polls
     }
+    const Outcome<std::u16string> bibId = WorkfileBibId(contents);
+    const bool exports = bibId && Val(bibId.Value()) > 0;
+    // The export waits in the outbox before its workfile goes: neither a crash nor an absent
+    // server loses it.
+    const std::optional<bool> queued = exports ? QueueExport(bibId.Value()) : std::nullopt;
     // A bad workfile is still removed; each step goes on whatever the one before did.
     if (RemoveWorkfile(workfile, contents)) {
+        if (queued.value_or(false)) {
+            (void)outbox_->Drop(bibId.Value());  // left, it is delivered: no harm beyond that
+        }
         return;  // exported already (docs/behaviour.md)
     }
-    const Outcome<std::u16string> bibId = WorkfileBibId(contents);
     if (!bibId) {
         log_.Report(
             u"Arbetsfilen " + PathToText(workfile) + u" kunde inte läsas: " + bibId.Reason() + u".",
@@ -66,10 +75,9 @@ void ExportEngine::Poll() {
     // id shows together with the export it starts.
     state_.BibId = bibId.Value();
     state_.CanExport = !state_.BibId.empty();
-    if (Val(state_.BibId) > 0) {
-        (void)RunExport();
+    if (exports && !queued) {
+        (void)RunExport();  // without the outbox, as before it
     }
-    NotifyState();
 }
 
 Outcome<std::u16string> ExportEngine::WorkfileBibId(std::u16string_view contents) {

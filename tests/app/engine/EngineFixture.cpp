@@ -16,7 +16,8 @@ ExportEngine& EngineFixture::StartUp(EngineSeams seams) {
     engine_ = std::make_unique<ExportEngine>(*settings_, std::move(seams));
     engine_->SetListener({[this](const EngineState& state) { states_.push_back(state); },
                           [this](const StatusLine& line) { lines_.push_back(line); },
-                          [this](const ExportReport& report) { reports_.push_back(report); }});
+                          [this](const ExportReport& report) { reports_.push_back(report); },
+                          [this](const std::vector<OutboxEntry>& entries) { waiting_ = entries; }});
     engine_->Start();
     return *engine_;
 }

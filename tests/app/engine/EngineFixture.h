@@ -28,6 +28,7 @@ class EngineFixture : public ::testing::Test, protected ExportSandbox {
     std::vector<StatusLine> lines_;
     std::vector<EngineState> states_;    // every state sent
     std::vector<ExportReport> reports_;  // every export's report
+    std::vector<OutboxEntry> waiting_;   // the outbox as last sent
     std::vector<std::pair<std::u16string, std::u16string>> messages_;
 };
 

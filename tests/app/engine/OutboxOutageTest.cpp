@@ -1,0 +1,108 @@
+// A long outage of the export server on the engine's clock: every holdings record saved while
+// it is away waits in the outbox and goes out once, in the order saved, when it is back.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "app/engine/OutboxRunner.h"
+#include "config/CodePage.h"
+#include "config/Utf.h"
+#include "tests/app/engine/EngineFixture.h"
+
+namespace tesselex {
+namespace {
+
+class OutboxOutageTest : public test::EngineFixture {
+  protected:
+    void Tick() {
+        now_ = DateTimeOf(SecondsOf(now_) + 1);
+        engine_->Poll();
+    }
+    // The engine clock's second of a status line ("NNN. \tHH:MM:SS\t...").
+    static long long SecondOf(const StatusLine& line) {
+        const std::size_t tab = line.Line.find(u'\t');
+        const std::string time = TextToUtf8(line.Line.substr(tab + 1, 8));
+        return std::stoll(time.substr(0, 2)) * 3600 + std::stoll(time.substr(3, 2)) * 60 +
+               std::stoll(time.substr(6, 2));
+    }
+};
+
+TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
+    std::vector<std::string> ids;
+    std::string expected;
+    for (int i = 0; i < 100; ++i) {
+        ids.push_back(std::to_string(200001 + i));
+        const std::string record = test::BuildRecord({{"001", ids.back()}});
+        server_.SetReply(ids.back(), record);
+        expected += record;
+    }
+    std::string saving;
+    bool queuedFirst = true;
+    EngineSeams seams;
+    seams.RemoveFile = [&](const std::filesystem::path& file, std::error_code& ec) {
+        // The export is in the outbox, on the disk, before its workfile goes.
+        queuedFirst = queuedFirst && std::filesystem::exists(home_ / "Outbox" / (saving + ".entry"));
+        return std::filesystem::remove(file, ec);
+    };
+    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
+    StartUp(std::move(seams));
+    const int port = server_.Port();
+    server_.Stop();
+    for (const std::string& id : ids) {
+        saving = id;
+        test::PlaceFile(workfile_, test::HoldingsRecord(id));
+        Tick();
+    }
+    EXPECT_TRUE(queuedFirst);
+    ASSERT_EQ(waiting_.size(), 100U);
+    EXPECT_EQ(waiting_.front().BibId, u"200001");
+    EXPECT_EQ(waiting_.back().BibId, u"200100");
+    for (int second = 0; second < 400; ++second) {
+        Tick();
+    }
+    const long long back = SecondsOf(now_) % 86400;
+    server_.Start(port);
+    for (int second = 0; second < 400 && !waiting_.empty(); ++second) {
+        Tick();
+    }
+
+    EXPECT_TRUE(waiting_.empty());
+    EXPECT_EQ(Delivered(), expected);
+    std::vector<std::string> asked;
+    for (const std::string& request : ExportRequests()) {
+        asked.push_back(request.substr(request.find("bibid=") + 6, 6));
+    }
+    EXPECT_EQ(asked, ids) << "once each, in the order saved";
+
+    // Only the oldest was tried while the server was away, each time after a longer wait.
+    const std::u16string down = u"Post #200001 kunde inte hämtas: ingen kontakt med exportservern.";
+    std::vector<long long> tries;
+    long long lastDelivery = 0;
+    for (const StatusLine& line : lines_) {
+        if (line.IsError) {
+            EXPECT_EQ(line.Message, down);
+            tries.push_back(SecondOf(line));
+        } else if (line.Message.find(u" sparad till ") != std::u16string::npos) {
+            lastDelivery = SecondOf(line);
+        }
+    }
+    ASSERT_EQ(tries.size(), 6U);
+    std::vector<long long> waits;
+    for (std::size_t i = 1; i < tries.size(); ++i) {
+        waits.push_back(tries[i] - tries[i - 1]);
+    }
+    EXPECT_EQ(waits, (std::vector<long long>{15, 30, 60, 120, 240}));
+    EXPECT_EQ(lastDelivery, tries.back() + 300) << "all delivered at the first try after";
+    EXPECT_LE(lastDelivery - back, 300);
+    const auto first = std::find_if(lines_.begin(), lines_.end(), [](const StatusLine& line) {
+        return line.Message.starts_with(u"Post #200001 sparad");
+    });
+    ASSERT_NE(first, lines_.end());
+    EXPECT_EQ(first->Message, u"Post #200001 sparad till " + PathToText(destination_) +
+                                  u" (försenad, sparad 10:00:01).");
+    EXPECT_NE(ReadLog(true).find(TextToAnsi(u"Försöker igen kl. 10:00.")), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tesselex
