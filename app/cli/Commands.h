@@ -3,8 +3,12 @@
 // process exit status: 0 success, 1 a check found bad records, 2 a usage or input error.
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "app/engine/ExportEngine.h"
+#include "app/engine/WatchLock.h"
 
 namespace tesselex::cli {
 
@@ -16,5 +20,26 @@ void PrintMarcHelp(std::ostream& out);
 bool IsEngineCommand(const std::string& command);
 int RunEngineCommand(const std::string& command, const std::vector<std::string>& args);
 void PrintEngineHelp(std::ostream& out);
+
+// tesselex-cli outbox [retry | drop BIBID] (args: everything after "outbox").
+int RunOutboxCommand(const std::vector<std::string>& args);
+
+// The engine's messages (a missing workfile name, a failed save of the old settings) go to
+// stderr; its one question, the old-style save's, is never asked here.
+EngineSeams CliSeams();
+
+// Status lines go to stdout as the window lists them; counts the errors among them.
+class StatusPrinter {
+  public:
+    explicit StatusPrinter(ExportEngine& engine);
+    int Errors() const { return errors_; }
+
+  private:
+    int errors_ = 0;
+};
+
+// Takes the watch lock on the started engine's workfile. False, after saying so on stderr, when
+// another program holds it; a lock that cannot be made is an error status line and true.
+bool GuardWorkfile(ExportEngine& engine, std::optional<Outcome<WatchLock>>& lock);
 
 }  // namespace tesselex::cli

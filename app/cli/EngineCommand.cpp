@@ -18,33 +18,6 @@
 namespace tesselex::cli {
 namespace {
 
-// Status lines go to stdout as the window lists them; counts the errors among them.
-class StatusPrinter {
-  public:
-    explicit StatusPrinter(ExportEngine& engine) {
-        EngineListener listener;
-        listener.Status = [this](const StatusLine& line) {
-            std::cout << TextToUtf8(line.Line) << std::endl;
-            if (line.IsError) {
-                ++errors_;
-            }
-        };
-        engine.SetListener(std::move(listener));
-    }
-    int Errors() const { return errors_; }
-
-  private:
-    int errors_ = 0;
-};
-
-// The engine's messages (a missing workfile name, a failed save of the old settings) go to
-// stderr; its one question, the old-style save's, is never asked here.
-EngineSeams CliSeams() {
-    EngineSeams seams;
-    seams.Ask.Message = WriteMessageToStderr;
-    return seams;
-}
-
 int Usage(const std::string& message) {
     std::cerr << "tesselex-cli: " << message << " (see --help)\n";
     return 2;
@@ -66,21 +39,9 @@ int Watch(const std::vector<std::string>& args) {
     InstallStopHandler();
     engine.Start();
     const std::u16string& workfileText = engine.State().Workfile;
-    const std::filesystem::path workfile = TextToPath(workfileText);
-    // No workfile, nothing polled: nothing to share.
     std::optional<Outcome<WatchLock>> lock;
-    if (!workfile.empty()) {
-        lock.emplace(WatchLock::Take(workfile));
-    }
-    if (lock && !lock->Ok()) {
-        if (lock->Kind() == FaultKind::Held) {
-            std::cerr << "tesselex-cli: another TESSELEX program already watches '"
-                      << TextToUtf8(workfileText) << "' (process " << lock->Failure().Code
-                      << "); two watchers would deliver a holdings record twice\n";
-            return 1;
-        }
-        // Unguarded polling still delivers; exporting nothing would lose the records.
-        engine.Log().ShowStatus(LockNotMadeMessage(workfile, lock->Failure()), true);
+    if (!GuardWorkfile(engine, lock)) {
+        return 1;
     }
     std::cerr << "tesselex-cli: watching '" << TextToUtf8(workfileText) << "'"
               << (once ? " once" : " every second (Ctrl+C ends)") << '\n';
@@ -93,8 +54,8 @@ int Watch(const std::vector<std::string>& args) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
     }
-    // A single poll is a script's check: it fails when an error was shown.
-    return once && printer.Errors() > 0 ? 1 : 0;
+    // A single poll is a script's check: it fails when an error was shown or an export waits.
+    return once && (printer.Errors() > 0 || !engine.Waiting().empty()) ? 1 : 0;
 }
 
 int Fetch(const std::vector<std::string>& args) {
@@ -174,9 +135,46 @@ int SettingsCommand(const std::vector<std::string>& args) {
 
 }  // namespace
 
+EngineSeams CliSeams() {
+    EngineSeams seams;
+    seams.Ask.Message = WriteMessageToStderr;
+    return seams;
+}
+
+StatusPrinter::StatusPrinter(ExportEngine& engine) {
+    EngineListener listener;
+    listener.Status = [this](const StatusLine& line) {
+        std::cout << TextToUtf8(line.Line) << std::endl;
+        if (line.IsError) {
+            ++errors_;
+        }
+    };
+    engine.SetListener(std::move(listener));
+}
+
+bool GuardWorkfile(ExportEngine& engine, std::optional<Outcome<WatchLock>>& lock) {
+    const std::u16string& workfileText = engine.State().Workfile;
+    const std::filesystem::path workfile = TextToPath(workfileText);
+    // No workfile, nothing polled: nothing to share.
+    if (!workfile.empty()) {
+        lock.emplace(WatchLock::Take(workfile));
+    }
+    if (lock && !lock->Ok()) {
+        if (lock->Kind() == FaultKind::Held) {
+            std::cerr << "tesselex-cli: another TESSELEX program already watches '"
+                      << TextToUtf8(workfileText) << "' (process " << lock->Failure().Code
+                      << "); two watchers would deliver a holdings record twice\n";
+            return false;
+        }
+        // Unguarded polling still delivers; exporting nothing would lose the records.
+        engine.Log().ShowStatus(LockNotMadeMessage(workfile, lock->Failure()), true);
+    }
+    return true;
+}
+
 bool IsEngineCommand(const std::string& command) {
     return command == "watch" || command == "fetch" || command == "request" ||
-           command == "settings";
+           command == "settings" || command == "outbox";
 }
 
 int RunEngineCommand(const std::string& command, const std::vector<std::string>& args) {
@@ -189,6 +187,9 @@ int RunEngineCommand(const std::string& command, const std::vector<std::string>&
     if (command == "request") {
         return Request(args);
     }
+    if (command == "outbox") {
+        return RunOutboxCommand(args);
+    }
     return SettingsCommand(args);
 }
 
@@ -198,10 +199,12 @@ void PrintEngineHelp(std::ostream& out) {
            "Config.TXT and Logs/):\n"
            "  watch [--once]         start up, then poll the holdings workfile once a second and\n"
            "                         export the record its 004 names; --once polls once and\n"
-           "                         exits. SIGINT/SIGTERM end it between polls. Status lines\n"
+           "                         exits. Waiting exports are retried as the window does.\n"
+           "                         SIGINT/SIGTERM end it between polls. Status lines\n"
            "                         go to stdout. Exit status 1 when another TESSELEX\n"
            "                         program already watches the same workfile, or when\n"
-           "                         --once showed an error status line.\n"
+           "                         --once showed an error status line or left an export\n"
+           "                         waiting.\n"
            "  fetch [BIBID]          fetch and deliver BIBID now (default: the last bib id);\n"
            "                         exit status 1 when an error status line was shown\n"
            "  request BIBID          print the request address a fetch of BIBID would send\n"
@@ -210,6 +213,11 @@ void PrintEngineHelp(std::ostream& out) {
            "                         one setting (keys are matched without regard to case);\n"
            "                         FTPPassword only with --show-secret\n"
            "  settings set KEY VALUE change one setting, e.g. Destination, FTPServer, Logging\n"
+           "  outbox                 the exports waiting in the program folder's Outbox/:\n"
+           "                         bib id, saved at, tries, next try or 'failed', reason\n"
+           "  outbox retry           try every waiting export now; exit status 1 when any\n"
+           "                         still waits\n"
+           "  outbox drop BIBID      give up the bib id's waiting export\n"
            "\n"
            "Settings keys:\n";
     for (const SettingKeyInfo& info : SettingKeys()) {

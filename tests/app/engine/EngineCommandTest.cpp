@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/app/engine/EngineFixture.h"
 #include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/TestData.h"
@@ -94,6 +96,23 @@ TEST_F(EngineCommandTest, WatchOnceRunsTheWholeCycleAndFetchRepeatsTheLastBibId)
     WriteBytes(workfile_, ReadBytes(sampleWorkfile_));
     EXPECT_EQ(Run("watch --once").Status, 1);
     EXPECT_EQ(ReadBytes(destination_), SampleReply() + SampleReply());
+
+    // Saved twice, it waits once: listed, tried again by hand, then delivered or given up.
+    const CliResult waiting = Run("outbox");
+    EXPECT_EQ(waiting.Status, 0);
+    EXPECT_TRUE(waiting.Out.starts_with(bibId_ + "	")) << waiting.Out;
+    EXPECT_NE(waiting.Out.find("	1 tries	next "), std::string::npos) << waiting.Out;
+    EXPECT_EQ(std::count(waiting.Out.begin(), waiting.Out.end(), '\n'), 1);
+    EXPECT_EQ(Run("outbox retry").Status, 1);
+    EXPECT_EQ(Run("outbox drop 999").Status, 2);
+    server_.SetReply(bibId_, SampleReply());
+    EXPECT_EQ(Run("outbox retry").Status, 0);
+    EXPECT_EQ(ReadBytes(destination_), SampleReply() + SampleReply() + SampleReply());
+    server_.SetReply(bibId_, "", 503);
+    EXPECT_EQ(Run("fetch").Status, 1);
+    EXPECT_NE(Run("outbox").Out, "");
+    EXPECT_EQ(Run("outbox drop " + bibId_).Status, 0);
+    EXPECT_EQ(Run("outbox").Out, "");
 }
 
 TEST_F(EngineCommandTest, AWatchLockThatCannotBeMadeIsAnErrorLineAndTheWorkfileIsStillExported) {
