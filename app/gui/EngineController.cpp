@@ -55,7 +55,8 @@ void EngineController::Post(std::function<void(EngineWorker&)> call) {
             if (worker->Started()) {
                 call(*worker);
             }
-            QMetaObject::invokeMethod(this, [this] { CallEnded(); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this] { CallEnded(); }, Qt::QueuedConnection);
         },
         Qt::QueuedConnection);
 }
@@ -69,14 +70,16 @@ void EngineController::CallEnded() {
 
 void EngineController::Start() {
     EngineWorker* worker = worker_;
-    QMetaObject::invokeMethod(worker, [worker] { worker->Start(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        worker, [worker] { worker->Start(); }, Qt::QueuedConnection);
 }
 
 void EngineController::Shutdown() {
     // Queued behind whatever runs: an export under way ends before the poll stops.
     Post([this](EngineWorker& worker) {
         worker.Stop();
-        QMetaObject::invokeMethod(this, [this] { emit stopped(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { emit stopped(); }, Qt::QueuedConnection);
     });
 }
 
@@ -110,7 +113,8 @@ void EngineController::Export(const QString& bibId) {
     }
     Post([this, bibId = ToText(bibId)](EngineWorker& worker) {
         (void)worker.Engine().Export(bibId);
-        QMetaObject::invokeMethod(this, [this] { ExportEnded(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { ExportEnded(); }, Qt::QueuedConnection);
     });
 }
 

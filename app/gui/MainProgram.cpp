@@ -163,8 +163,7 @@ namespace {
 
 // The FTP dialog's rows, in its order.
 constexpr std::u16string FtpSettings::*FtpRows[] = {&FtpSettings::Server, &FtpSettings::User,
-                                                    &FtpSettings::Password,
-                                                    &FtpSettings::Directory,
+                                                    &FtpSettings::Password, &FtpSettings::Directory,
                                                     &FtpSettings::Filename};
 static_assert(std::size(FtpRows) == frmFTP::kRowCount);
 

@@ -13,32 +13,46 @@ namespace tesselex::gui {
 
 OptionValue ValueOf(const ExportOptions& options, Option option) {
     switch (option) {
-        case Option::Code003: return options.Code;
-        case Option::Authorities: return options.Authorities;
-        case Option::Holdings: return options.Holdings;
-        case Option::Characters: return options.Charset;
-        case Option::Change035: return options.Change035;
-        case Option::IsbnNoHyphens: return options.IsbnNoHyphens;
-        case Option::Subjects: return options.Subjects;
-        case Option::Libraries: return options.Libraries;
-        case Option::Destination: return options.Destination;
-        case Option::OneAtATime: return options.OneAtATime;
+        case Option::Code003:
+            return options.Code;
+        case Option::Authorities:
+            return options.Authorities;
+        case Option::Holdings:
+            return options.Holdings;
+        case Option::Characters:
+            return options.Charset;
+        case Option::Change035:
+            return options.Change035;
+        case Option::IsbnNoHyphens:
+            return options.IsbnNoHyphens;
+        case Option::Subjects:
+            return options.Subjects;
+        case Option::Libraries:
+            return options.Libraries;
+        case Option::Destination:
+            return options.Destination;
+        case Option::OneAtATime:
+            return options.OneAtATime;
     }
     return false;
 }
 
 OptionValue ChoiceValue(Option option, int index) {
     switch (option) {
-        case Option::Code003: return static_cast<Code003>(index);
+        case Option::Code003:
+            return static_cast<Code003>(index);
         case Option::Authorities:
-        case Option::Holdings: return static_cast<Placement>(index);
-        case Option::Characters: return static_cast<Characters>(index);
+        case Option::Holdings:
+            return static_cast<Placement>(index);
+        case Option::Characters:
+            return static_cast<Characters>(index);
         case Option::Change035:
         case Option::IsbnNoHyphens:
         case Option::OneAtATime:
         case Option::Subjects:
         case Option::Libraries:
-        case Option::Destination: break;
+        case Option::Destination:
+            break;
     }
     return index != 0;
 }
@@ -73,15 +87,16 @@ void OptionBindings::Show(const ExportOptions& options) {
                 static_cast<QCheckBox*>(binding.Widget)->setChecked(std::get<bool>(value));
                 break;
             case Kind::Choice:
-                static_cast<QComboBox*>(binding.Widget)->setCurrentIndex(std::visit(
-                    [](auto v) {
-                        if constexpr (std::is_enum_v<decltype(v)>) {
-                            return static_cast<int>(v);
-                        } else {
-                            return -1;
-                        }
-                    },
-                    value));
+                static_cast<QComboBox*>(binding.Widget)
+                    ->setCurrentIndex(std::visit(
+                        [](auto v) {
+                            if constexpr (std::is_enum_v<decltype(v)>) {
+                                return static_cast<int>(v);
+                            } else {
+                                return -1;
+                            }
+                        },
+                        value));
                 break;
             case Kind::Text:
                 if (auto* edit = static_cast<QLineEdit*>(binding.Widget);

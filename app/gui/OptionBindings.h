@@ -38,7 +38,9 @@ class OptionBindings {
         Option Bound;
         Kind Shape;
     };
-    void Add(QWidget* widget, Option option, Kind kind) { table_.push_back({widget, option, kind}); }
+    void Add(QWidget* widget, Option option, Kind kind) {
+        table_.push_back({widget, option, kind});
+    }
 
     Send send_;
     std::vector<Binding> table_;

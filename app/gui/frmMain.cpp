@@ -104,7 +104,7 @@ frmMain::frmMain(EngineController& controller, QWidget* parent)
     setCentralWidget(central);
     resize(900, 720);
 
-    // Form order, as a cataloguer tabs through it (set as the widgets were made).
+    // Form order, as a cataloguer tabs through it: the options (BuildOptions), then the lists.
     setTabOrder(txtFile_, status_);
     setTabOrder(status_, grid_);
     setTabOrder(grid_, vw_);
@@ -231,8 +231,8 @@ QWidget* frmMain::BuildOptions() {
     grid->addWidget(label(QStringLiteral("Tecken:"), cmbChars), 3, 2);
     grid->addWidget(cmbChars, 3, 3, 1, 2);
 
-    QCheckBox* chk035 = check("Chk035", QStringLiteral("&Ändra 035$9 till 035$a"),
-                              Option::Change035);
+    QCheckBox* chk035 =
+        check("Chk035", QStringLiteral("&Ändra 035$9 till 035$a"), Option::Change035);
     QCheckBox* chkIsbn =
         check("ChkISBN", QStringLiteral("&ISBN utan bindestreck"), Option::IsbnNoHyphens);
     QCheckBox* chkClear =
@@ -271,10 +271,10 @@ QWidget* frmMain::BuildOptions() {
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 1);
 
-    const QWidget* order[] = {txtBibId_, command1_, cmb003, cmbAuth, cmbHold, cmbChars, chk035,
+    QWidget* const order[] = {txtBibId_, command1_, cmb003, cmbAuth, cmbHold, cmbChars, chk035,
                               chkIsbn,   chkClear,  sigler, subj,    cmdSubs, dest,     txtFile_};
     for (std::size_t i = 0; i + 1 < std::size(order); ++i) {
-        setTabOrder(const_cast<QWidget*>(order[i]), const_cast<QWidget*>(order[i + 1]));
+        setTabOrder(order[i], order[i + 1]);
     }
     return box;
 }
