@@ -145,6 +145,30 @@ void EngineController::SaveOldSettings() {
     });
 }
 
+void EngineController::RetryWaiting(const QStringList& bibIds) {
+    std::vector<std::u16string> chosen;
+    for (const QString& bibId : bibIds) {
+        chosen.push_back(ToText(bibId));
+    }
+    Post([chosen](EngineWorker& worker) { (void)worker.Engine().RetryWaiting(chosen); });
+}
+
+void EngineController::DropWaiting(const QString& bibId) {
+    Post([bibId = ToText(bibId)](EngineWorker& worker) {
+        if (const Done dropped = worker.Engine().DropWaiting(bibId); !dropped) {
+            worker.Engine().Log().ShowStatus(u"Den väntande exporten av post #" + bibId +
+                                                 u" kunde inte tas bort: " + dropped.Reason() +
+                                                 u".",
+                                             true);
+        }
+    });
+}
+
+void EngineController::TakeWaiting(std::vector<OutboxEntry> entries) {
+    waiting_ = std::move(entries);
+    emit waitingChanged(waiting_);
+}
+
 void EngineController::ShowStatus(const QString& message, bool isError) {
     Post([message = ToText(message), isError](EngineWorker& worker) {
         worker.Engine().Log().ShowStatus(message, isError);

@@ -7,6 +7,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QThread>
 #include <functional>
 #include <memory>
@@ -56,6 +57,8 @@ class EngineController : public QObject {
     const EngineState& State() const { return state_; }
     const FtpSettings& Ftp() const { return ftp_; }
     QString ServerAddress() const { return serverAddress_; }
+    // The exports waiting in the outbox as last reported, oldest first.
+    const std::vector<OutboxEntry>& Waiting() const { return waiting_; }
 
   public slots:
     void SetOption(tesselex::Option option, const tesselex::OptionValue& value);
@@ -65,6 +68,10 @@ class EngineController : public QObject {
     void SetServerAddress(const QString& address);
     void SetLogging(tesselex::LogChoice choice);
     void SaveOldSettings();
+    // The waiting exports of these bib ids (every one when empty) tried now.
+    void RetryWaiting(const QStringList& bibIds);
+    // The bib id's waiting export given up.
+    void DropWaiting(const QString& bibId);
     // A status line of the engine's own numbering, for what the window has to say.
     void ShowStatus(const QString& message, bool isError);
 
@@ -72,6 +79,7 @@ class EngineController : public QObject {
     void stateChanged(const tesselex::EngineState& state);
     void statusLine(const tesselex::StatusLine& line);
     void exported(const tesselex::ExportReport& report);
+    void waitingChanged(const std::vector<tesselex::OutboxEntry>& entries);
     void busyChanged(bool busy);
     void started();
     void stopped();
@@ -80,6 +88,7 @@ class EngineController : public QObject {
     friend class EngineWorker;
     void Post(std::function<void(EngineWorker&)> call);
     void TakeState(const EngineState& state);
+    void TakeWaiting(std::vector<OutboxEntry> entries);
     void ExportEnded();
     void CallEnded();
 
@@ -92,6 +101,7 @@ class EngineController : public QObject {
     EngineState state_;
     FtpSettings ftp_;
     QString serverAddress_;
+    std::vector<OutboxEntry> waiting_;
 };
 
 }  // namespace tesselex::gui

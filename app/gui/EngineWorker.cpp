@@ -31,6 +31,9 @@ void EngineWorker::Start() {
     listener.Exported = [this](const ExportReport& report) {
         Post([report](EngineController& c) { emit c.exported(report); });
     };
+    listener.WaitingChanged = [this](const std::vector<OutboxEntry>& entries) {
+        Post([entries](EngineController& c) { c.TakeWaiting(entries); });
+    };
     engine_->SetListener(std::move(listener));
     engine_->Start();
     ReportDialogValues();

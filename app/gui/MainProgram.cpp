@@ -12,6 +12,7 @@
 #include "config/Platform.h"
 #include "dialogs/FrmSubjects.h"
 #include "dialogs/frmFTP.h"
+#include "dialogs/frmOutbox.h"
 #include "dialogs/frmSysTray.h"
 #include "dialogs/frmURL.h"
 
@@ -61,6 +62,9 @@ bool MainProgram::Start() {
     connect(window_.get(), &frmMain::subjectsRequested, this, &MainProgram::OpenSubjects);
     connect(window_.get(), &frmMain::ftpRequested, this, &MainProgram::OpenFtp);
     connect(window_.get(), &frmMain::serverAddressRequested, this, &MainProgram::OpenServerAddress);
+    connect(window_.get(), &frmMain::outboxRequested, this, &MainProgram::OpenOutbox);
+    connect(controller_.get(), &EngineController::waitingChanged, this,
+            [this](const std::vector<OutboxEntry>& entries) { OnWaiting(entries.size()); });
     connect(controller_.get(), &EngineController::statusLine, this,
             [this](const StatusLine& line) { OnStatus(Q(line.Message), line.IsError); });
     connect(controller_.get(), &EngineController::stopped, this, [this] {
@@ -72,10 +76,10 @@ bool MainProgram::Start() {
         emit finished();
     });
     connect(window_.get(), &frmMain::shown, this, [this] {
-        if (trayError_ && tray_) {
+        trayError_ = false;
+        if (tray_ && waiting_ == 0) {
             tray_->SetIconHandle(AppIcon());
         }
-        trayError_ = false;
     });
     controller_->Start();
 
@@ -128,12 +132,67 @@ void MainProgram::OnStatus(const QString& message, bool isError) {
     if (!tray_) {
         return;
     }
-    tray_->SetToolTip(message);
+    // While exports wait the tip says how many; the line itself is in the window's list.
+    tray_->SetToolTip(waiting_ > 0 ? WaitingText(waiting_) : message);
     if (isError && !window_->isVisible()) {
         trayError_ = true;
         tray_->SetIconHandle(ErrorIcon());
         tray_->ShowMessage(Caption, message, true);
     }
+}
+
+void MainProgram::OnWaiting(std::size_t count) {
+    const std::size_t before = waiting_;
+    waiting_ = count;
+    if (!tray_) {
+        return;
+    }
+    if (count > 0) {
+        tray_->SetToolTip(WaitingText(count));
+        tray_->SetIconHandle(ErrorIcon());
+    } else if (before > 0) {
+        tray_->SetToolTip(Caption);
+        if (!trayError_) {
+            tray_->SetIconHandle(AppIcon());
+        }
+        tray_->ShowMessage(Caption, QStringLiteral("Alla väntande exporter är levererade."), false);
+    }
+}
+
+namespace {
+
+// The dialog's rows: bib id, saved at, tries, last reason (with the next try or "misslyckad").
+QList<QStringList> OutboxRows(const std::vector<OutboxEntry>& entries) {
+    QList<QStringList> rows;
+    for (const OutboxEntry& entry : entries) {
+        QString reason = Q(entry.LastReason);
+        if (entry.Failed) {
+            reason = QStringLiteral("Misslyckad: ") + reason;
+        } else if (entry.Attempts > 0) {
+            reason = QStringLiteral("Försöker igen kl. ") +
+                     Q(FormatTime(DateTimeOf(entry.NextTry))).left(5) + QStringLiteral(". ") +
+                     reason;
+        }
+        rows.append({Q(entry.BibId), Q(FormatDateTime(entry.SavedAt)),
+                     QString::number(entry.Attempts), reason});
+    }
+    return rows;
+}
+
+}  // namespace
+
+void MainProgram::OpenOutbox() {
+    frmOutbox dialog(window_.get());
+    dialog.SetEntries(OutboxRows(controller_->Waiting()));
+    connect(controller_.get(), &EngineController::waitingChanged, &dialog,
+            [&dialog](const std::vector<OutboxEntry>& entries) {
+                dialog.SetEntries(OutboxRows(entries));
+            });
+    connect(&dialog, &frmOutbox::retryRequested, controller_.get(),
+            &EngineController::RetryWaiting);
+    connect(&dialog, &frmOutbox::removeRequested, controller_.get(),
+            &EngineController::DropWaiting);
+    dialog.exec();
 }
 
 void MainProgram::Quit() {

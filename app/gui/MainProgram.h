@@ -54,6 +54,8 @@ class MainProgram : public QObject {
     frmSysTray* Tray() { return tray_.get(); }
     // The tray icon shows the error state (red icon, balloon) until the window is opened.
     bool TrayShowsError() const { return trayError_; }
+    // "Väntande exporter...": the waiting exports, tried again or given up from there.
+    void OpenOutbox();
 
   signals:
     void finished();
@@ -65,6 +67,9 @@ class MainProgram : public QObject {
     void OpenSubjects();
     void OpenFtp();
     void OpenServerAddress();
+    // The tray while exports wait: their count as the tip, the error icon; a balloon when the
+    // last one went out.
+    void OnWaiting(std::size_t count);
 
     ProgramOptions options_;
     std::unique_ptr<EngineController> controller_;
@@ -72,6 +77,7 @@ class MainProgram : public QObject {
     std::unique_ptr<frmSysTray> tray_;
     std::unique_ptr<SingleInstance> instance_;
     bool trayError_ = false;
+    std::size_t waiting_ = 0;
     bool quitting_ = false;
 };
 

@@ -80,6 +80,10 @@ frmMain::frmMain(EngineController& controller, QWidget* parent)
     auto* statusHeading = new QHBoxLayout;
     statusHeading->addWidget(statusLabel);
     statusHeading->addStretch(1);
+    lblWaiting_ = new QLabel;
+    lblWaiting_->setObjectName(QStringLiteral("lblWaiting"));
+    lblWaiting_->setVisible(false);
+    statusHeading->addWidget(lblWaiting_);
     layout->addLayout(statusHeading);
     layout->addWidget(status_, 1);
 
@@ -113,6 +117,11 @@ frmMain::frmMain(EngineController& controller, QWidget* parent)
     connect(&controller_, &EngineController::statusLine, this, &frmMain::AddStatusLine);
     connect(&controller_, &EngineController::exported, this, &frmMain::ShowRecords);
     connect(&controller_, &EngineController::busyChanged, this, &frmMain::UpdateFetchButton);
+    connect(&controller_, &EngineController::waitingChanged, this,
+            [this](const std::vector<OutboxEntry>& entries) {
+                lblWaiting_->setText(WaitingText(entries.size()));
+                lblWaiting_->setVisible(!entries.empty());
+            });
 }
 
 void frmMain::BuildMenus() {
@@ -128,7 +137,9 @@ void frmMain::BuildMenus() {
         arkiv->addAction(QStringLiteral("Spara &gammal inställningsfil (Config.TXT)..."));
     save->setObjectName(QStringLiteral("ArkivSpara"));
     connect(save, &QAction::triggered, &controller_, &EngineController::SaveOldSettings);
-    // The waiting exports' dialog opens from here, after the settings items.
+    QAction* waiting = arkiv->addAction(QStringLiteral("&Väntande exporter..."));
+    waiting->setObjectName(QStringLiteral("ArkivVantande"));
+    connect(waiting, &QAction::triggered, this, &frmMain::outboxRequested);
 
     QMenu* logging = arkiv->addMenu(QStringLiteral("&Loggning"));
     logging->setObjectName(QStringLiteral("ArkivLogg"));

@@ -40,6 +40,7 @@ class frmMain : public QMainWindow {
     void ftpRequested();
     void serverAddressRequested();
     void subjectsRequested();
+    void outboxRequested();
     void shown();
 
   protected:
@@ -62,6 +63,7 @@ class frmMain : public QMainWindow {
     QLineEdit* txtFile_ = nullptr;
     QPushButton* command1_ = nullptr;
     QLabel* imgErr_ = nullptr;
+    QLabel* lblWaiting_ = nullptr;
     QTableWidget* status_ = nullptr;
     QTableWidget* grid_ = nullptr;
     QTextBrowser* vw_ = nullptr;

@@ -2,6 +2,9 @@
 // program already running, one watcher per workfile, the tray's error state, the dialogs.
 
 #include <QAction>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableWidget>
 #include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
@@ -12,11 +15,13 @@
 #include <thread>
 
 #include "app/engine/WatchLock.h"
+#include "app/gui/AppIcons.h"
 #include "app/gui/MainProgram.h"
 #include "app/gui/SingleInstance.h"
 #include "app/gui/frmMain.h"
 #include "dialogs/FrmSubjects.h"
 #include "dialogs/frmFTP.h"
+#include "dialogs/frmOutbox.h"
 #include "dialogs/frmSysTray.h"
 #include "tests/app/gui/GuiFixture.h"
 #include "tests/support/TestData.h"
@@ -151,6 +156,53 @@ TEST_F(MainProgramTest, AnErrorTurnsTheTrayRedUntilTheWindowOpens) {
     EXPECT_EQ(program->Tray()->ToolTip(), QStringLiteral("Ingen aktiv post!"));
     emit program->Tray()->MenuClick(QStringLiteral("OPEN"), 0);
     EXPECT_FALSE(program->TrayShowsError());
+}
+
+// An export the server cannot take now waits: counted beside the status list and in the tray's
+// tip (its icon red even once the window was opened), tried again from "Väntande exporter...",
+// and the tray goes back to normal when the last one is out.
+TEST_F(MainProgramTest, WaitingExportsShowInWindowAndTrayAndAreRetriedFromTheDialog) {
+    auto program = Started({}, true);
+    const std::string bibId = server_.BibIds().front();
+    const std::string reply = server_.ExportReply(bibId, "interleaved");
+    server_.SetReply(bibId, "", 503);
+    program->Controller().Export(QString::fromStdString(bibId));
+    frmSysTray& tray = *program->Tray();
+    const auto& waiting = program->Controller().Waiting();
+    ASSERT_TRUE(WaitFor([&] { return waiting.size() == 1 && waiting[0].Attempts == 1; }));
+    EXPECT_EQ(tray.ToolTip(), QStringLiteral("Väntande exporter: 1"));
+    emit tray.MenuClick(QStringLiteral("OPEN"), 0);
+    const auto looksLike = [&tray](const QIcon& icon) {
+        return tray.IconHandle().pixmap(16).toImage() == icon.pixmap(16).toImage();
+    };
+    EXPECT_TRUE(looksLike(gui::ErrorIcon())) << "red while it waits";
+    auto* count = program->Window().findChild<QLabel*>(QStringLiteral("lblWaiting"));
+    EXPECT_TRUE(count->isVisible());
+    EXPECT_EQ(count->text(), QStringLiteral("Väntande exporter: 1"));
+
+    server_.SetReply(bibId, reply);
+    bool shown = false;
+    QTimer::singleShot(0, [&] {
+        auto* dialog = qobject_cast<frmOutbox*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        auto* grid = dialog->findChild<QTableWidget*>();
+        shown = grid->rowCount() == 1 &&
+                grid->item(0, 0)->text() == QString::fromStdString(bibId) &&
+                grid->item(0, 3)->text().startsWith(QStringLiteral("Försöker igen kl. "));
+        for (QPushButton* button : dialog->findChildren<QPushButton*>()) {
+            if (button->text() == QStringLiteral("&Försök nu")) {
+                button->click();
+            }
+        }
+        EXPECT_TRUE(WaitFor([&] { return grid->rowCount() == 0; }));
+        dialog->reject();
+    });
+    program->Window().findChild<QAction*>(QStringLiteral("ArkivVantande"))->trigger();
+    EXPECT_TRUE(shown);
+    EXPECT_TRUE(WaitFor([&] { return !count->isVisible(); }));
+    EXPECT_EQ(tray.ToolTip(), QStringLiteral("TESSEL Export (7)"));
+    EXPECT_TRUE(looksLike(gui::AppIcon()));
+    EXPECT_EQ(ReadBytes(destination_), reply);
 }
 
 TEST_F(MainProgramTest, DialogsHandTheirTextsToTheEngine) {
