@@ -2,7 +2,6 @@
 // up. Trying and dropping take the workfile's watch lock, so that no watcher works on the same
 // entries at once.
 
-#include <algorithm>
 #include <iostream>
 
 #include "app/cli/Commands.h"
@@ -74,14 +73,11 @@ int RunOutboxCommand(const std::vector<std::string>& args) {
     if (retry) {
         return engine.RetryWaiting() > 0 ? 1 : 0;
     }
-    const std::u16string bibId = Utf8ToText(args[1]);
-    const bool waits = std::any_of(engine.Waiting().begin(), engine.Waiting().end(),
-                                   [&bibId](const OutboxEntry& entry) { return entry.BibId == bibId; });
-    if (!waits) {
-        std::cerr << "tesselex-cli: no export of " << args[1] << " waits\n";
-        return 2;
-    }
-    if (const Done dropped = engine.DropWaiting(bibId); !dropped) {
+    if (const Done dropped = engine.DropWaiting(Utf8ToText(args[1])); !dropped) {
+        if (dropped.Kind() == FaultKind::BadData) {
+            std::cerr << "tesselex-cli: no export of " << args[1] << " waits\n";
+            return 2;
+        }
         std::cerr << "tesselex-cli: the export of " << args[1]
                   << " could not be removed: " << TextToUtf8(dropped.Reason()) << '\n';
         return 1;

@@ -89,7 +89,7 @@ class ExportEngine {
     // Tries the given waiting exports now (every one when none is given), oldest first;
     // answers how many still wait.
     std::size_t RetryWaiting(const std::vector<std::u16string>& bibIds = {});
-    // Gives up the bib id's waiting export.
+    // Gives up the bib id's waiting export (BadData when it does not wait).
     [[nodiscard]] Done DropWaiting(std::u16string_view bibId);
 
   private:
@@ -105,8 +105,10 @@ class ExportEngine {
     void FetchAndDeliver(ExportReport& report, const Waited* waited);
     // The workfile's part of a poll: taken once written, its export queued, the file removed.
     void TakeWorkfile();
-    // The outbox (OutboxCalls.cpp): read and repaired at start-up, the export written to it
-    // before its workfile goes, the due ones tried at each poll.
+    // The outbox (OutboxCalls.cpp): the export written to it before its workfile goes, the due
+    // ones tried at each poll. The earlier run's entries are read and their appends repaired
+    // before the first try, not at start-up: only a program that goes on to export may cut a
+    // file back, and one that merely starts beside a running watcher never does.
     void ResumeOutbox();
     // Answers whether the bib id's entry is new; nullopt when it cannot be written (reported).
     std::optional<bool> QueueExport(std::u16string_view bibId);
@@ -176,6 +178,7 @@ class ExportEngine {
     std::optional<WorkfileIdentity> undeletable_;
     std::unique_ptr<OutboxRunner> outbox_;
     std::optional<std::vector<OutboxEntry>> waitingSent_;
+    bool resumed_ = false;
     EngineListener listener_;
     std::optional<EngineState> sent_;
 };

@@ -18,6 +18,10 @@ std::u16string LateNote(const DateTime& savedAt, const DateTime& now) {
 }  // namespace
 
 void ExportEngine::ResumeOutbox() {
+    if (resumed_) {
+        return;
+    }
+    resumed_ = true;
     for (const Fault& problem : outbox_->Resume()) {
         log_.Report(u"Väntande exporter i " + PathToText(programFolder_ / "Outbox") +
                         u" kunde inte läsas: " + problem.Reason + u".",
@@ -26,6 +30,7 @@ void ExportEngine::ResumeOutbox() {
 }
 
 std::optional<bool> ExportEngine::QueueExport(std::u16string_view bibId) {
+    ResumeOutbox();
     const Outcome<bool> added =
         outbox_->Add(bibId, seams_.Now ? seams_.Now() : LocalNow(), RequestFor(bibId));
     if (!added) {
@@ -50,6 +55,7 @@ AfterAttempt ExportEngine::Tried() {
 }
 
 void ExportEngine::RunWaiting() {
+    ResumeOutbox();
     outbox_->RunDue(Trying(nullptr), Tried());
 }
 
@@ -114,6 +120,7 @@ const std::vector<OutboxEntry>& ExportEngine::Waiting() const {
 }
 
 std::size_t ExportEngine::RetryWaiting(const std::vector<std::u16string>& bibIds) {
+    ResumeOutbox();
     std::vector<std::u16string> chosen = bibIds;
     if (chosen.empty()) {
         for (const OutboxEntry& entry : outbox_->Entries()) {
@@ -128,6 +135,10 @@ std::size_t ExportEngine::RetryWaiting(const std::vector<std::u16string>& bibIds
 }
 
 Done ExportEngine::DropWaiting(std::u16string_view bibId) {
+    ResumeOutbox();
+    if (outbox_->Find(bibId) == nullptr) {
+        return Fault{FaultKind::BadData, u"no export of " + std::u16string(bibId) + u" waits", 0};
+    }
     Done dropped = outbox_->Drop(bibId);
     NotifyState();
     return dropped;

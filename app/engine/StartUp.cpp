@@ -63,7 +63,6 @@ void ExportEngine::RunStep(void (ExportEngine::*step)()) {
 
 void ExportEngine::Start() {
     LoadConfig();
-    ResumeOutbox();
     NotifyState();
 }
 

@@ -100,14 +100,6 @@ TEST(OutboxTest, AWriteThatFailsSaysWhyAndLeavesNothingBeside) {
     EXPECT_FALSE(std::filesystem::exists(dir / "missing"));
 }
 
-TEST(OutboxTest, RetriesWaitLongerEachTimeUpToFiveMinutes) {
-    const std::pair<int, long long> delays[] = {{1, 15},  {2, 30},  {3, 60},  {4, 120},
-                                                {5, 240}, {6, 300}, {40, 300}};
-    for (const auto& [attempts, seconds] : delays) {
-        EXPECT_EQ(RetryDelaySeconds(attempts), seconds) << attempts;
-    }
-}
-
 TEST(OutboxTest, OnlyFailuresALaterTryMayCureAreRetried) {
     const std::tuple<FaultKind, int, bool> cases[] = {
         {FaultKind::NoConnection, 0, true}, {FaultKind::TimedOut, 0, true},
