@@ -79,16 +79,7 @@ Outcome<WatchLock> WatchLock::TakeAt(const std::filesystem::path& lockPath) {
     return Fault{FaultKind::FileSystem, AnsiToText(SystemReason(error)), error};
 }
 
-WatchLock::WatchLock(std::unique_ptr<QLockFile> lock) : lock_(std::move(lock)), held_(true) {}
-
-WatchLock::WatchLock(const std::filesystem::path& workfile) {
-    std::error_code folderError;
-    lock_ = LockFile(LockPath(workfile), folderError);
-    held_ = lock_->tryLock(0);
-    if (!held_) {
-        holderPid_ = HolderOf(*lock_);
-    }
-}
+WatchLock::WatchLock(std::unique_ptr<QLockFile> lock) : lock_(std::move(lock)) {}
 
 WatchLock::~WatchLock() = default;
 WatchLock::WatchLock(WatchLock&&) noexcept = default;

@@ -24,16 +24,9 @@ class WatchLock {
     // The same with the lock file named.
     [[nodiscard]] static Outcome<WatchLock> TakeAt(const std::filesystem::path& lockPath);
 
-    // Tries once, at once; Held() tells whether it was taken (the window's form, until it moves
-    // onto Take).
-    explicit WatchLock(const std::filesystem::path& workfile);
     ~WatchLock();
     WatchLock(WatchLock&&) noexcept;
     WatchLock& operator=(WatchLock&&) noexcept;
-
-    bool Held() const { return held_; }
-    // The process holding the lock when this one did not get it (0 when unknown).
-    long long HolderPid() const { return holderPid_; }
 
     // The lock file of a workfile: the same for every spelling of its path.
     static std::filesystem::path LockPath(const std::filesystem::path& workfile);
@@ -42,8 +35,6 @@ class WatchLock {
     explicit WatchLock(std::unique_ptr<QLockFile> lock);
 
     std::unique_ptr<QLockFile> lock_;
-    bool held_ = false;
-    long long holderPid_ = 0;
 };
 
 // The status line (window) and stderr text (tesselex-cli) of a workfile someone else watches.

@@ -49,17 +49,25 @@ void EngineWorker::TakeWatchLock() {
     const std::filesystem::path workfile = TextToPath(engine_->State().Workfile);
     const std::filesystem::path lockPath =
         workfile.empty() ? std::filesystem::path() : WatchLock::LockPath(workfile);
-    if (lock_ && lock_->Held() && lockPath == lockPath_) {
+    if (mayPoll_ && lockPath == lockPath_) {
         return;
     }
     lock_.reset();
+    mayPoll_ = false;
     lockPath_ = lockPath;
     if (workfile.empty()) {
         return;
     }
-    lock_.emplace(workfile);
-    if (!lock_->Held()) {
+    Outcome<WatchLock> taken = WatchLock::Take(workfile);
+    if (taken) {
+        lock_.emplace(std::move(taken).Value());
+        mayPoll_ = true;
+    } else if (taken.Kind() == FaultKind::Held) {
         engine_->Log().ShowStatus(WatchedElsewhereMessage(workfile), true);
+    } else {
+        // A lock that cannot be made must not stop the exports: the saves would wait unseen.
+        engine_->Log().ShowStatus(LockNotMadeMessage(workfile, taken.Failure()), true);
+        mayPoll_ = true;
     }
 }
 
@@ -68,11 +76,12 @@ void EngineWorker::Stop() {
         timer_->stop();
     }
     lock_.reset();
+    mayPoll_ = false;
 }
 
 void EngineWorker::Poll() {
     // Another program polls this workfile: it delivers, this one stays out.
-    if (lock_ && lock_->Held()) {
+    if (mayPoll_) {
         engine_->Poll();
     }
 }

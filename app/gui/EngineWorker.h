@@ -39,6 +39,8 @@ class EngineWorker : public QObject {
     std::unique_ptr<Settings> settings_;
     std::unique_ptr<ExportEngine> engine_;
     std::optional<WatchLock> lock_;
+    // The lock is held, or could not be made at all: either way this program polls.
+    bool mayPoll_ = false;
     std::filesystem::path lockPath_;
     QTimer* timer_ = nullptr;
 };

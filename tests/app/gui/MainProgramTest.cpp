@@ -128,8 +128,8 @@ TEST_F(MainProgramTest, ASecondStartShowsTheRunningWindowAndEnds) {
 TEST_F(MainProgramTest, OnlyOneProgramWatchesAWorkfile) {
     {
         // tesselex-cli watch runs: the window says so and does not poll.
-        const WatchLock other(workfile_);
-        ASSERT_TRUE(other.Held());
+        const Outcome<WatchLock> other = WatchLock::Take(workfile_);
+        ASSERT_TRUE(other);
         auto program = Started({QStringLiteral("show")}, true);
         EXPECT_TRUE(WaitFor([&] {
             return Messages(*program).join(QString()).contains(QStringLiteral("bevakas redan"));
@@ -147,6 +147,18 @@ TEST_F(MainProgramTest, OnlyOneProgramWatchesAWorkfile) {
     ASSERT_TRUE(cli.waitForFinished(20000));
     EXPECT_EQ(cli.exitCode(), 1);
     EXPECT_TRUE(cli.readAllStandardError().contains("already watches"));
+}
+
+TEST_F(MainProgramTest, ALockThatCannotBeMadeIsAnErrorAndTheWindowStillExports) {
+    // The runtime folder lies below a regular file: no lock file can be made, not even by root.
+    WriteBytes(dir_ / "not-a-folder", "");
+    const ScopedEnv runtime("XDG_RUNTIME_DIR", (dir_ / "not-a-folder" / "run").string());
+    auto program = Started({QStringLiteral("show")}, true);
+    EXPECT_TRUE(WaitFor([&] {
+        return Messages(*program).join(QString()).contains(QStringLiteral("kunde inte skapas"));
+    }));
+    PlaceFileAtomically(workfile_, HoldingsFor(server_.BibIds().front()));
+    EXPECT_TRUE(WaitFor([&] { return !std::filesystem::exists(workfile_); }));
 }
 
 TEST_F(MainProgramTest, AnErrorTurnsTheTrayRedUntilTheWindowOpens) {
