@@ -24,7 +24,9 @@ class OutboxRunnerTest : public ::testing::Test {
         return OutboxRunner(Outbox(dir_ / "Outbox"), [this] { return now_; });
     }
     void Add(OutboxRunner& runner, const std::u16string& bibId) {
-        ASSERT_TRUE(runner.Add(bibId, DateTimeOf(now_), u"req " + bibId).Ok());
+        std::u16string request = u"req ";
+        request += bibId;
+        ASSERT_TRUE(runner.Add(bibId, DateTimeOf(now_), request).Ok());
     }
     // Tries what is due; each bib id fails with its fault in `faults` (none: delivered).
     void RunDue(OutboxRunner& runner) {
@@ -154,7 +156,7 @@ TEST_F(OutboxRunnerTest, ACrashedTryIsRepairedAtStartUp) {
         SCOPED_TRACE(c.What);
         test::WriteBytes(file, c.Contents);
         OutboxEntry entry;
-        entry.BibId = u"7";
+        entry.BibId = std::u16string(u"7");
         entry.SavedAt = DateTimeOf(now_);
         entry.Append = PendingAppend{file, old.size(), added.size(), ContentHash(added), false};
         ASSERT_TRUE(Outbox(dir_ / "Outbox").Put(entry).Ok());
