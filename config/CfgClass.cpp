@@ -146,7 +146,7 @@ void CfgClass::Add(std::u16string_view value, std::u16string_view keyName,
     const auto [it, added] = itemIndex_.try_emplace(ToLower(record->Key), items_.size());
     if (!added) {
         // The first item of a key wins; the clash is shown and loading goes on.
-        (messages_ ? messages_ : MessageSink(ShowMessage))(
+        (messages_ ? messages_ : MessageSink(WriteMessageToStderr))(
             u"Error in configuration",
             record->Key + u"\r\n" + FromAscii(Error::DescriptionOf(ErrorNumber::DuplicateKey)));
         return;

@@ -13,8 +13,4 @@ using MessageSink = std::function<void(const std::u16string& title, const std::u
 // Title and text to stderr: the sink of an object that was given none.
 void WriteMessageToStderr(const std::u16string& title, const std::u16string& text);
 
-// Installs a sink and returns the previous one; an empty sink restores the default.
-MessageSink SetMessageSink(MessageSink sink);
-void ShowMessage(const std::u16string& title, const std::u16string& text);
-
 }  // namespace tesselex

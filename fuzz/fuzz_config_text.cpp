@@ -9,7 +9,7 @@
 
 #include "config/CfgClass.h"
 #include "config/Error.h"
-#include "config/MessageSink.h"
+#include "config/EmptyOnFailure.h"
 #include "fuzz/FuzzText.h"
 
 namespace {
@@ -24,24 +24,19 @@ void LookUp(const tesselex::CfgClass& config, const std::u16string& what) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // A duplicate key is reported to the user; here that report goes nowhere.
-    static const tesselex::MessageSink quiet =
-        tesselex::SetMessageSink([](const std::u16string&, const std::u16string&) {});
-    static_cast<void>(quiet);
     static const std::u16string saveTo = tesselex::fuzz::Bytes8(
         (std::filesystem::temp_directory_path() / ("fuzz_config_text." + std::to_string(getpid())))
             .string());
 
     const auto parts = tesselex::fuzz::Parts(tesselex::fuzz::View(data, size), 2);
-    tesselex::CfgClass config;
-    try {
-        config.LoadFromString(tesselex::fuzz::Bytes8(parts[0]));
-    } catch (const tesselex::Error&) {
-        // A duplicate section header or too many entries: what was read before stays.
-    }
+    // A duplicate key is reported to the user; here that report goes nowhere.
+    tesselex::CfgClass config([](const std::u16string&, const std::u16string&) {});
+    // A duplicate section header or too many entries: what was read before stays.
+    tesselex::EmptyOnFailure([&] { config.LoadFromString(tesselex::fuzz::Bytes8(parts[0])); });
     const std::u16string what = tesselex::fuzz::Bytes8(parts[1]);
     LookUp(config, what);
-    try {
+    // More than 32,767 entries: the counts raise the overflow error by rule.
+    tesselex::EmptyOnFailure([&] {
         const int count = config.Itemcount();
         for (int i = 0; i <= count + 1 && i < 64; ++i) {
             const auto item = config.Item(i);
@@ -51,9 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (int i = 0; i <= config.SectionCount() + 1 && i < 64; ++i) {
             LookUp(config, config.Section(i));
         }
-    } catch (const tesselex::Error&) {
-        // More than 32,767 entries: the counts raise the overflow error by rule.
-    }
+    });
     config.Save(saveTo);
     return 0;
 }

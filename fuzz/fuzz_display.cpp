@@ -2,7 +2,6 @@
 // Input: the configuration text, a 0x1E 0x1D pair, the record (ISO 2709 bytes).
 
 #include "config/Error.h"
-#include "config/MessageSink.h"
 #include "config/Utf.h"
 #include "fuzz/FuzzFile.h"
 #include "fuzz/FuzzText.h"
@@ -11,7 +10,6 @@
 using namespace tesselex;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    SetMessageSink([](const std::u16string&, const std::u16string&) {});
     static const fuzz::ScratchFile config("display.cfg");
     const std::string_view input = fuzz::View(data, size);
     const std::size_t split = input.find("\x1E\x1D");
@@ -21,6 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     config.Write(configText);
 
     MarcObject record;
+    record.SetMessageSink([](const std::u16string&, const std::u16string&) {});
     record.Import(fuzz::Bytes(recordBytes));
     try {
         record.OPACConfigFile(PathToText(config.Path()));

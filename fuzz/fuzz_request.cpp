@@ -6,7 +6,6 @@
 #include "app/engine/RequestBuilder.h"
 #include "config/CfgClass.h"
 #include "config/Error.h"
-#include "config/MessageSink.h"
 #include "config/SharedRoutines.h"
 #include "fuzz/FuzzFile.h"
 #include "fuzz/FuzzText.h"
@@ -14,7 +13,6 @@
 using namespace tesselex;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    SetMessageSink([](const std::u16string&, const std::u16string&) {});
     static const fuzz::ScratchFile ini("file.ini");
     const std::string_view input = fuzz::View(data, size);
     const std::vector<std::string_view> parts = fuzz::Parts(input, 4);
@@ -31,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::u16string address = table;
     AddParameter(address, text, fuzz::Bytes(parts[2]));
 
-    CfgClass urlConfig;
+    CfgClass urlConfig([](const std::u16string&, const std::u16string&) {});
     try {
         urlConfig.LoadFromString(table);
     } catch (const Error&) {

@@ -5,18 +5,16 @@
 #include "app/engine/SettingsMigration.h"
 #include "config/CfgClass.h"
 #include "config/Error.h"
-#include "config/MessageSink.h"
 #include "fuzz/FuzzFile.h"
 #include "fuzz/FuzzText.h"
 
 using namespace tesselex;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    SetMessageSink([](const std::u16string&, const std::u16string&) {});
     static const fuzz::ScratchFile settingsFile("settings.ini");
     const std::u16string text = fuzz::Bytes(fuzz::View(data, size));
 
-    CfgClass oldConfig;
+    CfgClass oldConfig([](const std::u16string&, const std::u16string&) {});
     try {
         oldConfig.LoadFromString(text);
     } catch (const Error&) {
