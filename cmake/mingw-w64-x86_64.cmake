@@ -21,3 +21,11 @@ find_program(TESSELEX_WINE NAMES wine wine64)
 if(TESSELEX_WINE)
     set(CMAKE_CROSSCOMPILING_EMULATOR ${TESSELEX_WINE})
 endif()
+
+# Qt for Windows (scripts/qt-windows) lives outside the cross root: its prefix joins the root
+# path so that find_package finds it, and the programs then take the mingw runtime as DLLs
+# beside Qt's own instead of linking it statically.
+if(TESSELEX_WINDOWS_QT)
+    list(APPEND CMAKE_FIND_ROOT_PATH ${TESSELEX_WINDOWS_QT})
+    set(CMAKE_EXE_LINKER_FLAGS_INIT "")
+endif()

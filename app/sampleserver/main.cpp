@@ -1,13 +1,16 @@
 // tesselex-sample-server: the sample export server on 127.0.0.1, for the demo and for trying
-// the program out. Prints its address, then one line per request, until SIGINT or SIGTERM.
+// the program out. Prints its address, then one line per request, until asked to end (Ctrl+C,
+// SIGTERM, or the console's Ctrl+Break).
 
-#include <csignal>
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <thread>
 
 #include "app/sampleserver/SampleExportServer.h"
+#include "config/StopRequest.h"
 
 namespace {
 
@@ -18,7 +21,7 @@ void PrintUsage(std::ostream& out) {
            "  --port N    port on 127.0.0.1 (default 0: chosen by the system)\n"
            "  --delay-ms N  hold every /export reply N milliseconds (a slow server)\n"
            "Prints \"http://127.0.0.1:PORT\" on its first line; the request table is at\n"
-           "/config, the records at /export?bibid=N. Ends on SIGINT or SIGTERM.\n";
+           "/config, the records at /export?bibid=N. Ends on Ctrl+C or SIGTERM.\n";
 }
 
 }  // namespace
@@ -47,13 +50,7 @@ int main(int argc, char** argv) {
         }
     }
 
-    // Block the ending signals before the server thread starts, so only sigwait sees them.
-    sigset_t endSignals;
-    sigemptyset(&endSignals);
-    sigaddset(&endSignals, SIGINT);
-    sigaddset(&endSignals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
-
+    tesselex::InstallStopHandler();
     try {
         tesselex::SampleExportServer server(data);
         server.SetRequestObserver(
@@ -61,8 +58,9 @@ int main(int argc, char** argv) {
         server.SetExportDelay(std::chrono::milliseconds(delayMs));
         server.Start(port);
         std::cout << server.Address("") << std::endl;
-        int received = 0;
-        sigwait(&endSignals, &received);
+        while (!tesselex::StopRequested()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
         server.Stop();
     } catch (const std::exception& e) {
         std::cerr << "tesselex-sample-server: " << e.what() << '\n';

@@ -20,6 +20,9 @@ using test::WriteBytes;
 class EngineCommandTest : public test::EngineFixture {
   protected:
     void SetUp() override {
+#ifdef _WIN32
+        GTEST_SKIP() << test::kNoShell;
+#endif
         EngineFixture::SetUp();
         Run("settings set Destination '" + destination_.string() + "'");
     }

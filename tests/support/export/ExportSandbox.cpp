@@ -1,6 +1,8 @@
 #include "tests/support/export/ExportSandbox.h"
 
+#ifndef _WIN32
 #include <sys/wait.h>
+#endif
 
 #include <QSettings>
 #include <QStandardPaths>
@@ -35,6 +37,10 @@ void PlaceFile(const std::filesystem::path& path, const std::string& bytes) {
 }
 
 CliResult RunCliScript(const std::string& script) {
+#ifdef _WIN32
+    (void)script;
+    return {-1, std::string(kNoShell)};
+#else
     const std::string command = std::string("CLI='") + TESSELEX_CLI_PATH + "'; " + script;
     CliResult result;
     FILE* pipe = popen(command.c_str(), "r");
@@ -48,6 +54,7 @@ CliResult RunCliScript(const std::string& script) {
     const int status = pclose(pipe);
     result.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
+#endif
 }
 
 ExportSandbox::ExportSandbox()

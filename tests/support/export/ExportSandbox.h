@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -35,6 +36,11 @@ struct CliResult {
 // Runs a POSIX shell script in which $CLI is tesselex-cli; its stdout and exit status. The
 // sandbox's environment is what the program inherits.
 CliResult RunCliScript(const std::string& script);
+// Why a test that drives tesselex-cli through a shell script does not run on Windows, where the
+// tests run under Wine without a POSIX shell (it skips with these words).
+inline constexpr std::string_view kNoShell =
+    "drives tesselex-cli through a POSIX shell script; the Windows tests run under Wine, which "
+    "has none";
 
 class ExportSandbox {
   protected:

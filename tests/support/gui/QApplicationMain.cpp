@@ -18,6 +18,13 @@ int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
+#ifdef _WIN32
+    // The offscreen platform on Windows finds fonts only in Qt's font folder. Wine passes no
+    // variable named QT_... to a program, so the test run names the folder under another name.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_FONTDIR")) {
+        qputenv("QT_QPA_FONTDIR", qgetenv("TESSELEX_TEST_FONTDIR"));
+    }
+#endif
     QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
