@@ -115,8 +115,8 @@ class ExportEngine {
     void RunWaiting();
     // A manual export: through the outbox, tried at once.
     ExportReport ExportNow(const std::u16string& bibId);
-    Done TryWaiting(const OutboxEntry& entry, bool late, const AttemptHooks& hooks,
-                    ExportReport* report);
+    [[nodiscard]] Done TryWaiting(const OutboxEntry& entry, bool late, const AttemptHooks& hooks,
+                                  ExportReport* report);
     void AfterTry(const OutboxEntry& entry, const Done& outcome);
     // TryWaiting and AfterTry as the runner takes them.
     Attempt Trying(ExportReport* report);
@@ -144,7 +144,7 @@ class ExportEngine {
     MarcObject& Record();
     // The bib id the workfile's 004 links to ("" without one); a fault when the record model
     // cannot read the workfile at all.
-    Outcome<std::u16string> WorkfileBibId(std::u16string_view contents);
+    [[nodiscard]] Outcome<std::u16string> WorkfileBibId(std::u16string_view contents);
     // False while the workfile's record is incomplete and its size changed less than 5 s ago.
     bool WorkfileSettled(std::u16string_view contents);
     // Deletes the workfile. One that cannot be deleted is reported and false is answered, so

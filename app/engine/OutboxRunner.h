@@ -25,8 +25,7 @@ struct AttemptHooks {
 
 // One try of the entry's export: Done once its records are in the destination (and uploaded).
 // `late` is true unless the try comes right after the save that made the entry.
-using Attempt =
-    std::function<Done(const OutboxEntry& entry, bool late, const AttemptHooks& hooks)>;
+using Attempt = std::function<Done(const OutboxEntry& entry, bool late, const AttemptHooks& hooks)>;
 // Told after each try: the entry as it now stands and the try's outcome.
 using AfterAttempt = std::function<void(const OutboxEntry& entry, const Done& outcome)>;
 
@@ -47,7 +46,8 @@ class OutboxRunner {
     void RunDue(const Attempt& attempt, const AfterAttempt& after);
     // Tries the bib id's entry now, whatever its back-off or failure; a bib id that does not
     // wait is a BadData fault.
-    Done RunNow(std::u16string_view bibId, const Attempt& attempt, const AfterAttempt& after);
+    [[nodiscard]] Done RunNow(std::u16string_view bibId, const Attempt& attempt,
+                              const AfterAttempt& after);
     [[nodiscard]] Done Drop(std::u16string_view bibId);
 
     // Oldest first.
@@ -57,7 +57,7 @@ class OutboxRunner {
   private:
     OutboxEntry* FindEntry(std::u16string_view bibId);
     // The try and its outcome: removed when done, else backed off or marked failed.
-    Done Run(OutboxEntry& entry, const Attempt& attempt, const AfterAttempt& after);
+    [[nodiscard]] Done Run(OutboxEntry& entry, const Attempt& attempt, const AfterAttempt& after);
     [[nodiscard]] Done Repair(OutboxEntry& entry);
     bool Due(const OutboxEntry& entry) const;
 
