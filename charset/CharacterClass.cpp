@@ -1,16 +1,12 @@
-#include "config/EmptyOnFailure.h"
 #include "charset/CharacterClass.h"
 
 #include <algorithm>
 #include <climits>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <system_error>
 
 #include "charset/MapLine.h"
 #include "charset/PageOutput.h"
 #include "config/CodePage.h"
+#include "config/EmptyOnFailure.h"
 #include "config/Error.h"
 #include "config/Platform.h"
 #include "config/SharedRoutines.h"
@@ -21,18 +17,6 @@ namespace tesselex {
 namespace {
 
 constexpr std::size_t kMaxKeyLength = 255;
-
-// The map file's bytes as an 8-bit string; empty when it is missing, empty or unreadable.
-std::u16string ReadMapFile(const std::filesystem::path& path) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error) ||
-        std::filesystem::file_size(path, error) == 0 || error) {
-        return {};
-    }
-    std::ifstream in(path, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    return AnsiToText(bytes);
-}
 
 // Lines as the text-file reader gives them: ended by CR LF or by a lone CR.
 std::vector<std::u16string_view> FileLines(std::u16string_view text) {
@@ -53,23 +37,6 @@ std::vector<std::u16string_view> FileLines(std::u16string_view text) {
     return lines;
 }
 
-// Deletes a downloaded map once it has been read; a failure to delete is ignored.
-class TempFileGuard {
-  public:
-    explicit TempFileGuard(std::filesystem::path path) : path_(std::move(path)) {}
-    TempFileGuard(const TempFileGuard&) = delete;
-    TempFileGuard& operator=(const TempFileGuard&) = delete;
-    ~TempFileGuard() {
-        if (!path_.empty()) {
-            std::error_code ignored;
-            std::filesystem::remove(path_, ignored);
-        }
-    }
-
-  private:
-    std::filesystem::path path_;
-};
-
 }  // namespace
 
 CharacterClass::CharacterClass() = default;
@@ -81,21 +48,19 @@ void CharacterClass::ResetEntries() {
 
 void CharacterClass::Load(std::u16string_view fileName) {
     ResetEntries();
-    std::filesystem::path path;
-    std::filesystem::path downloaded;
-    if (FindNoCase(fileName.substr(0, 4), u"http") != std::u16string_view::npos) {
-        downloaded = FetchToTempFile(fileName);
-        path = downloaded;
-    } else if (!fileName.empty()) {
-        path = ResolveInProgramFolder(TextToPath(fileName));
-    }
-    TempFileGuard guard(downloaded);
-    if (path.empty()) {
+    if (fileName.empty()) {
         return;
     }
-    const std::u16string text = ReadMapFile(path);
+    // A map that cannot be had leaves the map empty, as a map of no lines would.
+    const Outcome<std::u16string> text =
+        FindNoCase(fileName.substr(0, 4), u"http") != std::u16string_view::npos
+            ? FetchedText(fileName)
+            : FileContents(ResolveInProgramFolder(TextToPath(fileName)));
+    if (!text) {
+        return;
+    }
     bool reverseMapping = false;
-    for (std::u16string_view line : FileLines(text)) {
+    for (std::u16string_view line : FileLines(text.Value())) {
         ParseLine(line, false, 0, reverseMapping);
     }
 }

@@ -9,7 +9,6 @@
 
 #include "config/CfgClass.h"
 
-#include <fstream>
 #include <limits>
 
 #include "config/CodePage.h"
@@ -30,23 +29,6 @@ std::int16_t CountOf(std::size_t count) {
     }
     return static_cast<std::int16_t>(count);
 }
-
-// Deletes the fetched copy of an address however loading ends.
-class TempFileGuard {
-  public:
-    explicit TempFileGuard(std::filesystem::path path) : path_(std::move(path)) {}
-    ~TempFileGuard() {
-        if (!path_.empty()) {
-            std::error_code ec;
-            std::filesystem::remove(path_, ec);
-        }
-    }
-    TempFileGuard(const TempFileGuard&) = delete;
-    TempFileGuard& operator=(const TempFileGuard&) = delete;
-
-  private:
-    std::filesystem::path path_;
-};
 
 }  // namespace
 
@@ -236,21 +218,14 @@ void CfgClass::LoadFromString(std::u16string_view cfgString) {
 }
 
 void CfgClass::Load(std::u16string_view fromFile) {
-    std::filesystem::path path;
-    std::filesystem::path fetched;
-    if (FindNoCase(fromFile, u"http://") != std::u16string_view::npos ||
-        FindNoCase(fromFile, u"https://") != std::u16string_view::npos) {
-        fetched = FetchToTempFile(fromFile);
-        path = fetched;
-    } else {
-        path = TextToPath(fromFile);
+    const bool address = FindNoCase(fromFile, u"http://") != std::u16string_view::npos ||
+                         FindNoCase(fromFile, u"https://") != std::u16string_view::npos;
+    // A file or a reply that cannot be had loads nothing, as the text's query operations fail.
+    const Outcome<std::u16string> text =
+        address ? FetchedText(fromFile) : FileContents(TextToPath(fromFile));
+    if (text) {
+        ReadText(text.Value());
     }
-    const TempFileGuard guard(fetched);
-    std::error_code ec;
-    if (path.empty() || !std::filesystem::is_regular_file(path, ec)) {
-        return;
-    }
-    ReadText(ReadWholeFile(path));
 }
 
 void CfgClass::Save(std::u16string_view toFile) const {
@@ -262,11 +237,7 @@ void CfgClass::Save(std::u16string_view toFile) const {
     for (const auto& item : items_) {
         text.append(item->Key).append(u"=").append(item->Value).append(u"\r\n");
     }
-    const std::string bytes = TextToAnsi(text);
-    std::ofstream out(TextToPath(name), std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out) {
+    if (!WriteFileContents(TextToPath(name), text)) {
         throw Error(ErrorNumber::InvalidArgument, "Path/File access error: " + TextToUtf8(name));
     }
 }

@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
-#include <iterator>
 
 #include "config/CodePage.h"
 #include "config/FtpTransfer.h"
@@ -69,23 +67,13 @@ std::optional<FtpServerAddress> SplitServer(std::u16string_view server) {
 }
 
 // The bytes to send: a text upload sends each line end as one CR LF, whatever the file has.
-std::optional<std::string> UploadBytes(const std::filesystem::path& local, bool ascii) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(local, ec)) {
-        return std::nullopt;
+Outcome<std::string> UploadBytes(const std::filesystem::path& local, bool ascii) {
+    const Outcome<std::u16string> text = FileContents(local);
+    if (!text) {
+        // The upload cannot be made as asked; another try will not make it.
+        return Fault{FaultKind::Refused, u"local file cannot be read: " + text.Reason()};
     }
-    std::ifstream in(local, std::ios::binary);
-    if (!in) {
-        return std::nullopt;
-    }
-    std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad()) {
-        return std::nullopt;
-    }
-    if (ascii) {
-        bytes = TextToAnsi(NormaliseLineEnds(AnsiToText(bytes)));
-    }
-    return bytes;
+    return TextToAnsi(ascii ? NormaliseLineEnds(text.Value()) : text.Value());
 }
 
 // Only the server's no is a refusal; a session dropped or closed before the reply is no
@@ -163,12 +151,12 @@ Done FtpPut(const FtpHandle& handle, std::u16string_view remote,
     if (remote.empty()) {
         return Fault{FaultKind::Refused, u"no remote name"};
     }
-    const std::optional<std::string> bytes = UploadBytes(local, ascii);
+    const Outcome<std::string> bytes = UploadBytes(local, ascii);
     if (!bytes) {
-        return Fault{FaultKind::Refused, u"local file cannot be read: " + local.u16string()};
+        return bytes.Failure();
     }
     if (const auto failure =
-            Guarded([&] { return handle->Transfer.Send(remote, *bytes, ascii); })) {
+            Guarded([&] { return handle->Transfer.Send(remote, bytes.Value(), ascii); })) {
         return FaultOf(*failure);
     }
     return {};

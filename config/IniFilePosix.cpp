@@ -7,11 +7,12 @@
 // - section and key names compare case-insensitively and the first match in the file wins;
 // - a value is at most 254 characters, the room the old 255-character buffer left;
 // - a missing file, section or key reads as the one-character default "§", and a result of
-//   one character or less is no value: both give an empty text.
+//   one character or less is no value: both give an empty text;
+// - a file that is there but cannot be read (a folder of that name, no permission) is a fault.
 
+#include <cerrno>
 #include <string>
 
-#include "config/EmptyOnFailure.h"
 #include "config/CodePage.h"
 #include "config/Platform.h"
 #include "config/SharedRoutines.h"
@@ -71,15 +72,17 @@ std::u16string ProfileValue(std::u16string_view text, std::u16string_view sectio
 
 }  // namespace
 
-std::u16string ReadIniValue(const std::filesystem::path& file, std::u16string_view section,
-                            std::u16string_view key) {
-    return EmptyOnFailure([&] {
-        const std::u16string name = PathToText(file);
-        const bool bare = name.find_first_of(u"/\\") == std::u16string::npos;
-        const std::u16string text = ReadWholeFile(bare ? WindowsFolder() / file : file);
-        const std::u16string value = ProfileValue(text, section, key);
-        return value.size() > 1 ? value : std::u16string();
-    });
+Outcome<std::u16string> IniValue(const std::filesystem::path& file, std::u16string_view section,
+                                 std::u16string_view key) {
+    const std::u16string name = PathToText(file);
+    const bool bare = name.find_first_of(u"/\\") == std::u16string::npos;
+    const Outcome<std::u16string> text = FileContents(bare ? WindowsFolder() / file : file);
+    if (!text && text.Failure().Code != ENOENT) {
+        return text.Failure();
+    }
+    // A missing file reads as the missing key does.
+    const std::u16string value = text ? ProfileValue(text.Value(), section, key) : u"\u00A7";
+    return value.size() > 1 ? value : std::u16string();
 }
 
 }  // namespace tesselex

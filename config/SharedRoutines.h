@@ -1,8 +1,9 @@
 #pragma once
 // The shared file and network routines. They keep no state of their own: each call opens and
 // closes what it uses, except an FTP connection, which the caller closes. None of them raises
-// on a network or file failure: they answer with an empty text, a null handle or false, and
-// the caller decides what to report.
+// on a network or file failure. Each answers an Outcome that says why it failed; the routines
+// of the old program's shape (an empty text, a null handle or false on failure) are thin
+// wrappers over them, for the callers that decide nothing from the reason.
 //
 // 8-bit strings (replies, whole files) hold one character per byte, decoded through the code
 // page (config/CodePage.h), so they can be turned back into the same bytes.
@@ -13,6 +14,7 @@
 #include <string>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 #include "config/Outcome.h"
 
@@ -82,12 +84,18 @@ UrlHandle OpenUrl(std::u16string_view address);
 bool ReadChunk(UrlHandle& handle, std::u16string& chunk);
 // The whole reply body as an 8-bit string, whatever the HTTP status; empty on any failure.
 std::u16string FetchUrl(std::u16string_view address);
+// Fetches the address into a new temporary file (prefix "XX"), its line ends made CR LF. A
+// reply of no bytes or an error page, one that contains "<html>" in any letter case, is not
+// saved: the reply's problem (HttpReply::Problem) or BadData is the fault. An error status
+// with a body of data is saved, as it always was.
+[[nodiscard]] Outcome<std::filesystem::path> FetchToTemp(std::u16string_view address);
+// The text FetchToTemp would save, read back from that file and the file removed: what the
+// configuration text and the character maps load from an address.
+[[nodiscard]] Outcome<std::u16string> FetchedText(std::u16string_view address);
 // The same fetch, telling how it ended; it never runs longer than the limit.
 FetchResult FetchUrlResult(std::u16string_view address,
                            std::chrono::seconds limit = kTransferLimit);
-// Fetches the address; a non-empty reply that is not an error page (contains "<html>" in any
-// letter case) is written, its line ends made CR LF, to a new temporary file whose path is
-// returned. Otherwise an empty path.
+// FetchToTemp's file, or an empty path.
 std::filesystem::path FetchToTempFile(std::u16string_view address);
 
 // Replaces every %pattern% (both signs included) by the local date and time in that pattern:
@@ -100,16 +108,32 @@ std::u16string ExpandDatePatterns(std::u16string_view text, const DateTime& at);
 // The platform's user name.
 std::u16string GetLoginName();
 
-// The file's bytes as an 8-bit string; empty when the file does not exist or cannot be read.
+// A failed operation on the file as a fault: NoSpace for a full disk or an exhausted quota (room
+// may come back), FileSystem for anything else; the path and the system's words as the reason,
+// the error number as the code.
+Fault FileFault(const std::filesystem::path& path, std::error_code error);
+
+// The bytes of a regular file as an 8-bit string (a missing file, a folder or one that cannot be
+// read is a FileSystem fault).
+[[nodiscard]] Outcome<std::u16string> FileContents(const std::filesystem::path& path);
+// Replaces the file's bytes by those of the 8-bit string.
+[[nodiscard]] Done WriteFileContents(const std::filesystem::path& path, std::u16string_view text);
+// FileContents, or an empty text on any failure.
 std::u16string ReadWholeFile(const std::filesystem::path& path);
 
-// A new, unique, empty file in the system temporary folder whose name begins with the prefix;
-// an empty path when none could be made.
+// A new, unique, empty file in the system temporary folder whose name begins with the prefix.
+[[nodiscard]] Outcome<std::filesystem::path> NewTempFile(std::u16string_view prefix);
+// NewTempFile's path, or an empty path.
 std::filesystem::path TempFileName(std::u16string_view prefix);
 
 // The value of key in [section] of an INI file, read with the system's INI rules. A file named
 // without a folder is looked up in WindowsFolder() (config/Platform.h). A missing file, section
-// or key, or a value of one character or less, gives an empty text.
+// or key, or a value of one character or less, is no value: an empty text. A file that is there
+// but cannot be read is a FileSystem fault.
+[[nodiscard]] Outcome<std::u16string> IniValue(const std::filesystem::path& file,
+                                               std::u16string_view section,
+                                               std::u16string_view key);
+// IniValue, or an empty text on any failure.
 std::u16string ReadIniValue(const std::filesystem::path& file, std::u16string_view section,
                             std::u16string_view key);
 

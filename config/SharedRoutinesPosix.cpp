@@ -1,8 +1,9 @@
-// The login name and temporary files through POSIX.
+// The login name and new temporary files through POSIX.
 
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <vector>
 
@@ -29,11 +30,11 @@ std::u16string GetLoginName() {
     return {};
 }
 
-std::filesystem::path TempFileName(std::u16string_view prefix) {
+Outcome<std::filesystem::path> NewTempFile(std::u16string_view prefix) {
     std::error_code ec;
     const std::filesystem::path folder = std::filesystem::temp_directory_path(ec);
     if (ec) {
-        return {};
+        return FileFault(u"temporary folder", ec);
     }
     // The prefix names a file, never a folder.
     std::u16string name(prefix);
@@ -45,7 +46,7 @@ std::filesystem::path TempFileName(std::u16string_view prefix) {
     std::string pattern = (folder / TextToPath(name)).string() + "XXXXXX";
     const int fd = mkstemp(pattern.data());
     if (fd < 0) {
-        return {};
+        return FileFault(pattern, std::error_code(errno, std::generic_category()));
     }
     close(fd);
     return std::filesystem::path(pattern);

@@ -1,13 +1,21 @@
-// The login name and temporary files through the Windows functions.
+// The login name and new temporary files through the Windows functions.
 
 #include <windows.h>
 
 #include <string>
+#include <system_error>
 
 #include "config/SharedRoutines.h"
 #include "config/Utf.h"
 
 namespace tesselex {
+namespace {
+
+std::error_code SystemError(DWORD error) {
+    return std::error_code(static_cast<int>(error), std::system_category());
+}
+
+}  // namespace
 
 std::u16string GetLoginName() {
     wchar_t buffer[257] = {};  // UNLEN + 1
@@ -18,11 +26,12 @@ std::u16string GetLoginName() {
     return std::u16string(reinterpret_cast<const char16_t*>(buffer), size - 1);
 }
 
-std::filesystem::path TempFileName(std::u16string_view prefix) {
+Outcome<std::filesystem::path> NewTempFile(std::u16string_view prefix) {
     wchar_t folder[MAX_PATH + 1] = {};
     const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
     if (length == 0 || length > MAX_PATH) {
-        return {};
+        return FileFault(u"temporary folder", SystemError(length == 0 ? GetLastError()
+                                                                     : ERROR_FILENAME_EXCED_RANGE));
     }
     // GetTempFileNameW keeps only three letters of a prefix; the whole prefix is wanted here,
     // so the unique part is tried by hand, the file created only when new.
@@ -45,11 +54,11 @@ std::filesystem::path TempFileName(std::u16string_view prefix) {
             CloseHandle(file);
             return candidate;
         }
-        if (GetLastError() != ERROR_FILE_EXISTS) {
-            return {};
+        if (const DWORD error = GetLastError(); error != ERROR_FILE_EXISTS) {
+            return FileFault(candidate, SystemError(error));
         }
     }
-    return {};
+    return FileFault(base, SystemError(ERROR_FILE_EXISTS));
 }
 
 }  // namespace tesselex

@@ -1,9 +1,10 @@
 // The HTTP fetch of the shared routines: a request read chunk by chunk, the whole reply, the
-// reply with the reason it failed, and the reply saved to a temporary file. The platform's part
+// reply with the reason it failed, and the reply saved to a temporary file and read back. The platform's part
 // is the request itself (UrlRequest.h).
 
-#include <fstream>
 #include <string>
+#include <system_error>
+#include <utility>
 
 #include "config/EmptyOnFailure.h"
 #include "config/CodePage.h"
@@ -36,21 +37,8 @@ bool ReadChunk(UrlHandle& handle, std::u16string& chunk) {
 }
 
 std::u16string FetchUrl(std::u16string_view address) {
-    UrlHandle handle = OpenUrl(address);
-    if (!handle) {
-        return {};
-    }
-    // ReadChunk drops its handle at the end; this one tells afterwards how the transfer ended.
-    const UrlHandle request = handle;
-    std::u16string reply;
-    std::u16string chunk;
-    while (ReadChunk(handle, chunk)) {
-        reply += chunk;
-    }
-    if (request->Failed()) {
-        return {};
-    }
-    return reply;
+    const Outcome<HttpReply> reply = FetchReply(address);
+    return reply ? reply.Value().Body : std::u16string();
 }
 
 std::optional<Fault> HttpReply::Problem() const {
@@ -108,25 +96,43 @@ FetchResult FetchUrlResult(std::u16string_view address, std::chrono::seconds lim
     return result;
 }
 
-std::filesystem::path FetchToTempFile(std::u16string_view address) {
-    const std::u16string reply = FetchUrl(address);
-    if (reply.empty() || FindNoCase(reply, u"<html>") != std::u16string::npos) {
-        return {};
+Outcome<std::filesystem::path> FetchToTemp(std::u16string_view address) {
+    const Outcome<HttpReply> reply = FetchReply(address);
+    if (!reply) {
+        return reply.Failure();
     }
-    std::filesystem::path path = TempFileName(u"XX");
-    if (path.empty()) {
-        return {};
+    const HttpReply& got = reply.Value();
+    if (got.Body.empty() || FindNoCase(got.Body, u"<html>") != std::u16string::npos) {
+        return got.Problem().value_or(Fault{FaultKind::BadData, u"an error page"});
     }
-    const std::string bytes = TextToAnsi(NormaliseLineEnds(reply));
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out) {
+    Outcome<std::filesystem::path> file = NewTempFile(u"XX");
+    if (!file) {
+        return file;
+    }
+    if (const Done written = WriteFileContents(file.Value(), NormaliseLineEnds(got.Body));
+        !written) {
         std::error_code ec;
-        std::filesystem::remove(path, ec);
-        return {};
+        std::filesystem::remove(file.Value(), ec);  // it is already being reported
+        return written.Failure();
     }
-    return path;
+    return file;
+}
+
+std::filesystem::path FetchToTempFile(std::u16string_view address) {
+    Outcome<std::filesystem::path> file = FetchToTemp(address);
+    return file ? std::move(file).Value() : std::filesystem::path();
+}
+
+Outcome<std::u16string> FetchedText(std::u16string_view address) {
+    const Outcome<std::filesystem::path> file = FetchToTemp(address);
+    if (!file) {
+        return file.Failure();
+    }
+    Outcome<std::u16string> text = FileContents(file.Value());
+    // A copy that cannot be removed is left to the system's cleaning of its temporary folder.
+    std::error_code ec;
+    std::filesystem::remove(file.Value(), ec);
+    return text;
 }
 
 }  // namespace tesselex

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -73,17 +75,41 @@ TEST(DatePatterns, ExpandAtAGivenTime) {
     EXPECT_TRUE(year == FormatNumber(before.Year, 4) || year == FormatNumber(LocalNow().Year, 4));
 }
 
-TEST(Files, ReadWholeFileKeepsEveryByte) {
+template <typename T>
+std::optional<FaultKind> KindOf(const Outcome<T>& outcome) {
+    return outcome ? std::nullopt : std::optional(outcome.Kind());
+}
+
+TEST(Files, WholeFilesKeepEveryByteAndFailuresSayWhy) {
     TempDir dir;
     std::string bytes;
     for (int b = 0; b < 3 * 256; ++b) {
         bytes += static_cast<char>(b);
     }
-    WriteBytes(dir / "all.bin", bytes);
+    ASSERT_TRUE(WriteFileContents(dir / "all.bin", AnsiToText(bytes)));
     EXPECT_EQ(TextToAnsi(ReadWholeFile(dir / "all.bin")), bytes);
-    WriteBytes(dir / "empty.bin", "");
-    for (const auto& nothing : {dir / "empty.bin", dir / "missing.bin", dir.Path()}) {
-        EXPECT_EQ(ReadWholeFile(nothing), u"") << nothing;
+    ASSERT_TRUE(WriteFileContents(dir / "all.bin", u""));  // replaced, not appended to
+    EXPECT_EQ(FileContents(dir / "all.bin").Value(), u"");
+
+    const Outcome<std::u16string> missing = FileContents(dir / "missing.bin");
+    EXPECT_EQ(missing.Failure().Code, ENOENT);
+    EXPECT_NE(missing.Reason().find(u"missing.bin: "), std::u16string::npos);
+    EXPECT_EQ(ReadWholeFile(dir.Path()), u"");
+    const struct {
+        const char* What;
+        std::optional<FaultKind> Kind;
+        FaultKind Expected;
+    } failures[] = {
+        {"read a folder", KindOf(FileContents(dir.Path())), FaultKind::FileSystem},
+        {"write a folder", KindOf(WriteFileContents(dir.Path(), u"x")), FaultKind::FileSystem},
+        {"write in a missing folder", KindOf(WriteFileContents(dir / "no" / "x", u"x")),
+         FaultKind::FileSystem},
+#ifndef _WIN32
+        {"write to a full disk", KindOf(WriteFileContents("/dev/full", u"x")), FaultKind::NoSpace},
+#endif
+    };
+    for (const auto& c : failures) {
+        EXPECT_EQ(c.Kind, c.Expected) << c.What;
     }
 }
 
@@ -102,6 +128,7 @@ TEST(Files, TempFileNameMakesNewEmptyFilesInTheTemporaryFolder) {
     EXPECT_EQ(first.filename().string().rfind("XX", 0), 0u) << first;
 
     const ScopedEnv gone(test::kTempFolderVariable, (dir / "does-not-exist").string());
+    EXPECT_EQ(KindOf(NewTempFile(u"XX")), FaultKind::FileSystem);
     EXPECT_TRUE(TempFileName(u"XX").empty());
 }
 
@@ -147,7 +174,12 @@ TEST(IniFile, ReadsTheValueOfAKeyInItsSection) {
         EXPECT_EQ(ReadIniValue(dir / "cat.ini", c.section, c.key), c.value)
             << TextToUtf8(c.section) << " " << TextToUtf8(c.key);
     }
-    EXPECT_EQ(ReadIniValue(dir / "none.ini", u"Preferences", u"HoldWorkFile"), u"");
+    // A missing file is no value; one that cannot be read is a fault.
+    EXPECT_EQ(IniValue(dir / "none.ini", u"Preferences", u"HoldWorkFile").Value(), u"");
+    std::filesystem::create_directory(dir / "folder.ini");
+    EXPECT_EQ(KindOf(IniValue(dir / "folder.ini", u"Preferences", u"HoldWorkFile")),
+              FaultKind::FileSystem);
+    EXPECT_EQ(ReadIniValue(dir / "folder.ini", u"Preferences", u"HoldWorkFile"), u"");
 }
 
 TEST(IniFile, ABareFileNameIsLookedUpInTheWindowsFolder) {

@@ -80,15 +80,6 @@ TEST_F(UrlFetch, RepliesArriveByteForByteInChunks) {
     EXPECT_EQ(ReadInChunks(server_.UrlText("/empty")), "");
 }
 
-TEST_F(UrlFetch, ErrorStatusStillGivesTheBodyAndRedirectsAreFollowed) {
-    server_.Get("/gone", {404, "<html><body>Not here</body></html>", "text/html"});
-    server_.Get("/old", {302, "moved", "text/plain", {{"Location", "/new"}}});
-    server_.Get("/new", {200, "here"});
-    EXPECT_EQ(FetchUrl(server_.UrlText("/gone")), u"<html><body>Not here</body></html>");
-    EXPECT_EQ(FetchUrl(server_.UrlText("/old")), u"here");
-    EXPECT_EQ(server_.RequestCount(), 3u);
-}
-
 TEST_F(UrlFetch, RequestIsUncachedAndNamesItsAgent) {
     server_.Get("/q", [](const LoopbackHttpServer::Request& request) {
         return LoopbackHttpServer::Reply{200, request.Query("bib") + "|" + request.Query("sigel")};
@@ -101,24 +92,13 @@ TEST_F(UrlFetch, RequestIsUncachedAndNamesItsAgent) {
     EXPECT_EQ(requests[0].Header("Pragma"), "no-cache");
 }
 
-TEST_F(UrlFetch, FailuresGiveNothing) {
-    const std::u16string closed = ClosedAddress();
-    EXPECT_FALSE(OpenUrl(closed));
+TEST_F(UrlFetch, ChunksOfNoRequestAreNone) {
+    EXPECT_FALSE(OpenUrl(ClosedAddress()));
     EXPECT_FALSE(OpenUrl(u""));
-    for (const std::u16string& bad : {closed, std::u16string(u"not an address at all"),
-                                      std::u16string(u"file:///etc/hostname")}) {
-        EXPECT_EQ(FetchUrl(bad), u"");
-    }
     UrlHandle none;
     std::u16string chunk = u"stale";
     EXPECT_FALSE(ReadChunk(none, chunk));
     EXPECT_TRUE(chunk.empty());
-
-    // A stopped server refuses like a closed port.
-    server_.Get("/ok", {200, "fine"});
-    EXPECT_EQ(FetchUrl(server_.UrlText("/ok")), u"fine");
-    server_.Stop();
-    EXPECT_EQ(FetchUrl(server_.UrlText("/ok")), u"");
 }
 
 TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
@@ -130,6 +110,7 @@ TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
     server_.Get("/stall", {200, "late", "text/plain", {}, 5000ms});
     server_.Get("/to-file", {302, "", "text/plain", {{"Location", "file:///etc/hostname"}}});
     server_.Get("/to-ftp", {302, "", "text/plain", {{"Location", "ftp://127.0.0.1:1/x"}}});
+    server_.Get("/old", {302, "moved", "text/plain", {{"Location", "/ok"}}});
     // The kind is the fetch's fault or the reply's problem; none for a usable reply.
     struct Case {
         std::u16string Address;
@@ -139,6 +120,8 @@ TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
     };
     const Case cases[] = {
         {server_.UrlText("/ok"), std::nullopt, 200, u"fine"},
+        {server_.UrlText("/old"), std::nullopt, 200, u"fine"},
+        // An error page is still the body.
         {server_.UrlText("/500"), FaultKind::HttpStatus, 500, u"<html>broken</html>"},
         {server_.UrlText("/empty"), FaultKind::EmptyReply, 200, u""},
         {server_.UrlText("/missing"), FaultKind::HttpStatus, 404, u""},
@@ -150,6 +133,7 @@ TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
         {server_.UrlText("/to-ftp"), FaultKind::NoConnection, 302, u""},
         {ClosedAddress(), FaultKind::NoConnection, 0, u""},
         {u"file:///etc/hostname", FaultKind::NoConnection, 0, u""},
+        {u"not an address at all", FaultKind::NoConnection, 0, u""},
         {u"", FaultKind::NoConnection, 0, u""},
     };
     for (const Case& c : cases) {
@@ -184,14 +168,23 @@ TEST_F(UrlFetch, FetchToTempFileMakesLineEndsCrLf) {
     }
 }
 
-TEST_F(UrlFetch, ErrorPagesAndEmptyRepliesGiveNoFile) {
+TEST_F(UrlFetch, ErrorPagesEmptyRepliesAndNoRoomGiveNoFile) {
     server_.Get("/upper", {200, "<HTML><BODY>Server error</BODY></HTML>", "text/html"});
     server_.Get("/mixed", {404, "x=1\r\n<Html>", "text/html"});
     server_.Get("/empty", {200, ""});
-    for (const char* path : {"/upper", "/mixed", "/empty"}) {
-        EXPECT_TRUE(FetchToTempFile(server_.UrlText(path)).empty()) << path;
+    server_.Get("/ok", {200, "a=1"});
+    const test::ScopedEnv noTemp(test::kTempFolderVariable, (tmp_ / "missing").string());
+    const std::pair<std::u16string, FaultKind> cases[] = {
+        {server_.UrlText("/upper"), FaultKind::BadData},
+        {server_.UrlText("/mixed"), FaultKind::HttpStatus},
+        {server_.UrlText("/empty"), FaultKind::EmptyReply},
+        {ClosedAddress(), FaultKind::NoConnection},
+        {server_.UrlText("/ok"), FaultKind::FileSystem},  // no temporary folder
+    };
+    for (const auto& [address, kind] : cases) {
+        const Outcome<std::filesystem::path> file = FetchToTemp(address);
+        EXPECT_EQ(file ? std::nullopt : std::optional(file.Kind()), kind) << TextToUtf8(address);
     }
-    EXPECT_TRUE(FetchToTempFile(ClosedAddress()).empty());
     EXPECT_EQ(FilesLeft(), 0u);
 }
 
