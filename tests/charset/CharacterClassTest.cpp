@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "charset/PageOutput.h"
-#include "config/Error.h"
 #include "config/Utf.h"
 #include "tests/support/LoopbackHttpServer.h"
+#include "tests/support/RaisedError.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
 
@@ -99,12 +99,8 @@ TEST(MapTest, SimpleListsUseLineNumbersAsSlots) {
 }
 
 TEST(MapTest, OverlongKeyRaisesOverflow) {
-    try {
-        Loaded(std::u16string(256 * 2, u'4') + u"=42");
-        FAIL() << "no error raised";
-    } catch (const Error& e) {
-        EXPECT_EQ(e.Number(), ErrorNumber::Overflow);
-    }
+    EXPECT_EQ(test::Raised([] { Loaded(std::u16string(256 * 2, u'4') + u"=42"); }),
+              ErrorNumber::Overflow);
     EXPECT_EQ(Loaded(std::u16string(255 * 2, u'4') + u"=42").MaxKeyLength(), 255);
 }
 

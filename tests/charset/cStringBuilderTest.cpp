@@ -7,19 +7,12 @@
 #include <functional>
 #include <vector>
 
-#include "config/Error.h"
+#include "tests/support/RaisedError.h"
 
 namespace tesselex {
 namespace {
 
-ErrorNumber ErrorOf(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const Error& e) {
-        return e.Number();
-    }
-    return ErrorNumber{0};
-}
+using test::Raised;
 
 TEST(cStringBuilderTest, GrowsOneChunkAtATime) {
     cStringBuilder sb;
@@ -34,7 +27,7 @@ TEST(cStringBuilderTest, GrowsOneChunkAtATime) {
     sb.AppendByVal(u"c");
     EXPECT_EQ(sb.Capacity(), 16384);
     EXPECT_EQ(sb.ToString(), u"ab" + std::u16string(8190, u'x') + u"c");
-    EXPECT_EQ(ErrorOf([&] { sb.SetChunkSize(0); }), ErrorNumber::InvalidArgument);
+    EXPECT_EQ(Raised([&] { sb.SetChunkSize(0); }), ErrorNumber::InvalidArgument);
 
     sb.SetChunkSize(4);
     sb.SetTheString(u"0123456789");
@@ -60,7 +53,7 @@ TEST(cStringBuilderTest, InsertAndRemoveCheckTheirRange) {
     for (const auto& call : std::vector<std::function<void()>>{
              [&] { sb.Insert(6, u"x"); }, [&] { sb.Insert(-1, u"x"); }, [&] { sb.Remove(4, 2); },
              [&] { sb.Remove(0, -1); }}) {
-        EXPECT_EQ(ErrorOf(call), ErrorNumber::SubscriptOutOfRange);
+        EXPECT_EQ(Raised(call), ErrorNumber::SubscriptOutOfRange);
     }
     EXPECT_EQ(sb.ToString(), u">cdef");
 }
@@ -83,7 +76,7 @@ TEST(cStringBuilderTest, FindReportsOnlyMatchesBeforeTheLastCharacter) {
     sb.SetTheString(u"2");
     EXPECT_EQ(sb.Find(u"a1b1", 0, 1), 0);  // one character: no position is below its length
     sb.SetTheString(u"abc");
-    EXPECT_EQ(ErrorOf([&] { sb.Find(u"a1", 0, 1); }), ErrorNumber::TypeMismatch);
+    EXPECT_EQ(Raised([&] { sb.Find(u"a1", 0, 1); }), ErrorNumber::TypeMismatch);
 }
 
 TEST(cStringBuilderTest, HeapMinimizeKeepsAtMostOneFreeChunk) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,27 +10,18 @@
 #include "config/MessageSink.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
+#include "tests/support/RaisedError.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex {
 namespace {
 
+using test::Raised;
 using test::ReadBytes;
 using test::TempDir;
 using test::WriteBytes;
 using Names = std::vector<std::u16string>;
-
-// The number of the error the action raises, or none.
-template <typename Action>
-std::optional<ErrorNumber> Raised(Action action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return std::nullopt;
-}
 
 // Catches what the configuration text would show in a message box.
 class CfgClassTest : public ::testing::Test {

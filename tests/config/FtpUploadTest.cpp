@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
@@ -32,7 +34,7 @@ class FtpUpload : public ::testing::Test {
     test::TempDir local_;
 };
 
-TEST_F(FtpUpload, BinaryUploadStoresTheSameBytesOnOneConnection) {
+TEST_F(FtpUpload, BinaryAndTextUploadsOnOneConnection) {
     std::string bytes;
     for (int b = 0; b < 2 * 256; ++b) {
         bytes += static_cast<char>(b);
@@ -47,18 +49,13 @@ TEST_F(FtpUpload, BinaryUploadStoresTheSameBytesOnOneConnection) {
     // A second upload on the same connection replaces the file.
     EXPECT_TRUE(FtpSend(handle, u"records.mrc", local_ / "x.mrc", false));
     EXPECT_EQ(Stored("records.mrc"), "data");
+    // A text upload sends each line end as one CR LF, which this server stores as LF.
+    WriteBytes(local_ / "text.txt", "first line\r\nsecond line\nlast\r\n");
+    EXPECT_TRUE(FtpSend(handle, u"text.txt", local_ / "text.txt", true));
+    EXPECT_EQ(Stored("text.txt"), "first line\nsecond line\nlast\n");
     FtpClose(handle);
     EXPECT_FALSE(handle);
     FtpClose(handle);
-}
-
-TEST_F(FtpUpload, AsciiUploadStoresTheServersOwnLineEnds) {
-    // Each line end goes out as one CR LF, which this server stores as LF.
-    WriteBytes(local_ / "text.txt", "first line\r\nsecond line\nlast\r\n");
-    FtpHandle handle = Connect(server_.ServerText());
-    ASSERT_TRUE(handle);
-    EXPECT_TRUE(FtpSend(handle, u"text.txt", local_ / "text.txt", true));
-    EXPECT_EQ(Stored("text.txt"), "first line\nsecond line\nlast\n");
 }
 
 TEST_F(FtpUpload, RemoteNamesAreStoredAsGivenAndFoldersNotMade) {
@@ -74,33 +71,11 @@ TEST_F(FtpUpload, RemoteNamesAreStoredAsGivenAndFoldersNotMade) {
     EXPECT_EQ(Stored("exp260303.mrc"), "data");
     EXPECT_EQ(Stored("in/with space #1.mrc"), "data");
     EXPECT_EQ(Stored("in/absolute.mrc"), "data");
-
     EXPECT_FALSE(FtpSend(handle, u"missing/x.mrc", local_ / "x.mrc", false));
     EXPECT_FALSE(std::filesystem::exists(server_.Root() / "missing"));
-    EXPECT_FALSE(FtpSend(handle, u"y.mrc", local_ / "absent.mrc", false));
-    EXPECT_FALSE(FtpSend(handle, u"y.mrc", local_.Path(), false));
-    EXPECT_FALSE(FtpSend(handle, u"", local_ / "x.mrc", false));
-    EXPECT_FALSE(FtpSend(nullptr, u"y.mrc", local_ / "x.mrc", false));
-    EXPECT_FALSE(std::filesystem::exists(server_.Root() / "y.mrc"));
-    // The connection survives the refusals; an empty file is a valid upload.
+    // The connection survives a refusal; an empty file is a valid upload.
     EXPECT_TRUE(FtpSend(handle, u"empty.mrc", local_ / "empty.mrc", false));
     EXPECT_EQ(Stored("empty.mrc"), "");
-}
-
-TEST_F(FtpUpload, WrongLogInOrNoServerGivesNoHandle) {
-    const std::u16string server = server_.ServerText();
-    EXPECT_FALSE(FtpConnect(server, server_.UserText(), u"wrong"));
-    EXPECT_FALSE(FtpConnect(server, u"nobody", server_.PasswordText()));
-    EXPECT_FALSE(FtpConnect(server, u"", u""));
-    EXPECT_FALSE(Connect(FromAscii("127.0.0.1:" + std::to_string(test::UnusedLoopbackPort()))));
-    EXPECT_FALSE(Connect(u""));
-
-    // A connection whose server went away fails its upload instead of hanging.
-    FtpHandle handle = Connect(server);
-    ASSERT_TRUE(handle);
-    server_.Stop();
-    EXPECT_FALSE(FtpSend(handle, u"x.mrc", local_ / "x.mrc", false));
-    EXPECT_FALSE(Connect(server));
 }
 
 TEST_F(FtpUpload, FailuresSayWhy) {
@@ -110,36 +85,58 @@ TEST_F(FtpUpload, FailuresSayWhy) {
     FtpHandle reader = FtpConnect(server_.ServerText(), u"reader", server_.PasswordText());
     ASSERT_TRUE(writer);
     ASSERT_TRUE(reader);
+    const FtpHandle none;
     struct Case {
         const char* What;
         const FtpHandle* Handle;
         std::u16string Remote;
+        std::filesystem::path Local;
         FaultKind Kind;
     };
-    const Case cases[] = {
-        {"no write permission", &reader, u"in/x.mrc", FaultKind::Refused},
-        {"missing folder", &writer, u"missing/x.mrc", FaultKind::Refused},
-        {"closed during upload", &writer, u"cut.mrc", FaultKind::NoConnection},
+    const Case uploads[] = {
+        {"no write permission", &reader, u"in/x.mrc", local_ / "x.mrc", FaultKind::Refused},
+        {"missing folder", &writer, u"missing/x.mrc", local_ / "x.mrc", FaultKind::Refused},
+        {"no remote name", &writer, u"", local_ / "x.mrc", FaultKind::Refused},
+        {"no local file", &writer, u"y.mrc", local_ / "absent.mrc", FaultKind::Refused},
+        {"a local folder", &writer, u"y.mrc", local_.Path(), FaultKind::Refused},
+        {"no connection", &none, u"y.mrc", local_ / "x.mrc", FaultKind::NoConnection},
+        {"closed during upload", &writer, u"cut.mrc", local_ / "x.mrc", FaultKind::NoConnection},
     };
-    for (const Case& c : cases) {
+    for (const Case& c : uploads) {
         SCOPED_TRACE(c.What);
-        const Done sent = FtpPut(*c.Handle, c.Remote, local_ / "x.mrc", false);
+        const Done sent = FtpPut(*c.Handle, c.Remote, c.Local, false);
         ASSERT_FALSE(sent);
         EXPECT_EQ(sent.Kind(), c.Kind) << TextToUtf8(sent.Reason());
         EXPECT_FALSE(sent.Reason().empty());
         EXPECT_FALSE(std::filesystem::exists(server_.Root() / "in/x.mrc"));
+        EXPECT_FALSE(std::filesystem::exists(server_.Root() / "y.mrc"));
         EXPECT_EQ(ReadBytes(local_ / "x.mrc"), "data");
     }
-    const Outcome<FtpHandle> refused = FtpOpen(server_.ServerText(), u"nobody", u"x");
-    ASSERT_FALSE(refused);
-    EXPECT_EQ(refused.Kind(), FaultKind::Refused);
 
     // A server that accepts the connection but never says a word: the overall limit ends it.
     const test::SilentLoopbackPort silent;
-    const std::u16string mute = FromAscii("127.0.0.1:" + std::to_string(silent.Port()));
-    const Outcome<FtpHandle> silentServer = FtpOpen(mute, u"a", u"b", 1s);
-    ASSERT_FALSE(silentServer);
-    EXPECT_EQ(silentServer.Kind(), FaultKind::TimedOut);
+    const std::u16string server = server_.ServerText();
+    const std::pair<Outcome<FtpHandle>, FaultKind> logIns[] = {
+        {FtpOpen(server, server_.UserText(), u"wrong"), FaultKind::Refused},
+        {FtpOpen(server, u"nobody", server_.PasswordText()), FaultKind::Refused},
+        {FtpOpen(server, u"", u""), FaultKind::Refused},
+        {FtpOpen(FromAscii("127.0.0.1:" + std::to_string(test::UnusedLoopbackPort())), u"a", u"b"),
+         FaultKind::NoConnection},
+        {FtpOpen(u"", u"a", u"b"), FaultKind::NoConnection},
+        {FtpOpen(FromAscii("127.0.0.1:" + std::to_string(silent.Port())), u"a", u"b", 1s),
+         FaultKind::TimedOut},
+    };
+    for (const auto& [logIn, kind] : logIns) {
+        EXPECT_EQ(logIn ? std::nullopt : std::optional(logIn.Kind()), kind);
+    }
+    EXPECT_FALSE(FtpConnect(server, u"nobody", u"x"));
+
+    // A connection whose server went away fails its upload instead of hanging.
+    const FtpHandle left = Connect(server);
+    ASSERT_TRUE(left);
+    server_.Stop();
+    EXPECT_FALSE(FtpSend(left, u"x.mrc", local_ / "x.mrc", false));
+    EXPECT_FALSE(Connect(server));
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <string>
 
-#include "config/Error.h"
+#include "tests/support/RaisedError.h"
 
 namespace tesselex::test {
 
@@ -19,10 +19,7 @@ inline std::u16string Text(std::u16string text) {
 
 }  // namespace tesselex::test
 
-#define EXPECT_SUBSCRIPT_ERROR(statement)                                                  \
-    try {                                                                                  \
-        statement;                                                                         \
-        ADD_FAILURE() << "no error from " #statement;                                      \
-    } catch (const ::tesselex::Error& e) {                                                 \
-        EXPECT_EQ(e.Number(), ::tesselex::ErrorNumber::SubscriptOutOfRange) << #statement; \
-    }
+#define EXPECT_SUBSCRIPT_ERROR(statement)                                         \
+    EXPECT_EQ(::tesselex::test::Raised([&] { (void)(statement); }),               \
+              ::tesselex::ErrorNumber::SubscriptOutOfRange)                       \
+        << #statement
