@@ -5,7 +5,6 @@
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "config/CfgClass.h"
@@ -44,12 +43,12 @@ BENCHMARK(BM_LoadFromString)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark
 
 void BM_LoadFile(benchmark::State& state) {
     const int items = static_cast<int>(state.range(0));
-    const std::filesystem::path path = TempFileName(u"bench");
-    {
-        const std::string bytes = TextToAnsi(ConfigText(items / 100, 100));
-        std::ofstream out(path, std::ios::binary);
-        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    const Outcome<std::filesystem::path> file = NewTempFile(u"bench");
+    if (!file || !WriteFileContents(file.Value(), ConfigText(items / 100, 100))) {
+        state.SkipWithError("the configuration file could not be written");
+        return;
     }
+    const std::filesystem::path& path = file.Value();
     for (auto _ : state) {
         CfgClass cfg;
         cfg.Load(PathToText(path));

@@ -117,11 +117,6 @@ std::u16string ReadWholeFile(const std::filesystem::path& path) {
     return contents ? std::move(contents).Value() : std::u16string();
 }
 
-std::filesystem::path TempFileName(std::u16string_view prefix) {
-    Outcome<std::filesystem::path> file = NewTempFile(prefix);
-    return file ? std::move(file).Value() : std::filesystem::path();
-}
-
 std::u16string ReadIniValue(const std::filesystem::path& file, std::u16string_view section,
                             std::u16string_view key) {
     Outcome<std::u16string> value = IniValue(file, section, key);

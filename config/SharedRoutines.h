@@ -84,6 +84,9 @@ UrlHandle OpenUrl(std::u16string_view address);
 bool ReadChunk(UrlHandle& handle, std::u16string& chunk);
 // The whole reply body as an 8-bit string, whatever the HTTP status; empty on any failure.
 std::u16string FetchUrl(std::u16string_view address);
+// FetchReply in the shape of a FetchResult; it never runs longer than the limit.
+FetchResult FetchUrlResult(std::u16string_view address,
+                           std::chrono::seconds limit = kTransferLimit);
 // Fetches the address into a new temporary file (prefix "XX"), its line ends made CR LF. A
 // reply of no bytes or an error page, one that contains "<html>" in any letter case, is not
 // saved: the reply's problem (HttpReply::Problem) or BadData is the fault. An error status
@@ -92,11 +95,6 @@ std::u16string FetchUrl(std::u16string_view address);
 // The text FetchToTemp would save, read back from that file and the file removed: what the
 // configuration text and the character maps load from an address.
 [[nodiscard]] Outcome<std::u16string> FetchedText(std::u16string_view address);
-// The same fetch, telling how it ended; it never runs longer than the limit.
-FetchResult FetchUrlResult(std::u16string_view address,
-                           std::chrono::seconds limit = kTransferLimit);
-// FetchToTemp's file, or an empty path.
-std::filesystem::path FetchToTempFile(std::u16string_view address);
 
 // Replaces every %pattern% (both signs included) by the local date and time in that pattern:
 // MM month, DD day, HH hour, MM after an hour minutes, SS seconds, YY or YYYY year.
@@ -123,8 +121,6 @@ std::u16string ReadWholeFile(const std::filesystem::path& path);
 
 // A new, unique, empty file in the system temporary folder whose name begins with the prefix.
 [[nodiscard]] Outcome<std::filesystem::path> NewTempFile(std::u16string_view prefix);
-// NewTempFile's path, or an empty path.
-std::filesystem::path TempFileName(std::u16string_view prefix);
 
 // The value of key in [section] of an INI file, read with the system's INI rules. A file named
 // without a folder is looked up in WindowsFolder() (config/Platform.h). A missing file, section

@@ -4,7 +4,6 @@
 
 #include <string>
 #include <system_error>
-#include <utility>
 
 #include "config/EmptyOnFailure.h"
 #include "config/CodePage.h"
@@ -116,11 +115,6 @@ Outcome<std::filesystem::path> FetchToTemp(std::u16string_view address) {
         return written.Failure();
     }
     return file;
-}
-
-std::filesystem::path FetchToTempFile(std::u16string_view address) {
-    Outcome<std::filesystem::path> file = FetchToTemp(address);
-    return file ? std::move(file).Value() : std::filesystem::path();
 }
 
 Outcome<std::u16string> FetchedText(std::u16string_view address) {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -111,23 +112,23 @@ TEST(Files, WholeFilesKeepEveryByteAndFailuresSayWhy) {
     }
 }
 
-TEST(Files, TempFileNameMakesNewEmptyFilesInTheTemporaryFolder) {
+TEST(Files, NewTempFilesAreEmptyAndInTheTemporaryFolder) {
     TempDir dir;
     const ScopedEnv tmp(test::kTempFolderVariable, dir.Path().string());
-    const auto first = TempFileName(u"XX");
-    const auto second = TempFileName(u"XX");
-    const auto odd = TempFileName(u"../x/");  // a prefix never leads out of the folder
-    EXPECT_NE(first, second);
-    for (const auto& path : {first, second, odd}) {
-        EXPECT_EQ(path.parent_path(), dir.Path());
-        EXPECT_TRUE(std::filesystem::is_regular_file(path)) << path;
-        EXPECT_EQ(std::filesystem::file_size(path), 0u);
+    std::vector<std::filesystem::path> made;
+    for (const char16_t* prefix : {u"XX", u"XX", u"../x/"}) {  // never out of the folder
+        const Outcome<std::filesystem::path> file = NewTempFile(prefix);
+        ASSERT_TRUE(file) << TextToUtf8(prefix);
+        made.push_back(file.Value());
+        EXPECT_EQ(made.back().parent_path(), dir.Path());
+        EXPECT_TRUE(std::filesystem::is_regular_file(made.back())) << made.back();
+        EXPECT_EQ(std::filesystem::file_size(made.back()), 0u);
     }
-    EXPECT_EQ(first.filename().string().rfind("XX", 0), 0u) << first;
+    EXPECT_NE(made[0], made[1]);
+    EXPECT_EQ(made[0].filename().string().rfind("XX", 0), 0u) << made[0];
 
     const ScopedEnv gone(test::kTempFolderVariable, (dir / "does-not-exist").string());
     EXPECT_EQ(KindOf(NewTempFile(u"XX")), FaultKind::FileSystem);
-    EXPECT_TRUE(TempFileName(u"XX").empty());
 }
 
 TEST(LoginName, IsTheUsersNameWithoutPadding) {

@@ -150,7 +150,7 @@ TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
     }
 }
 
-TEST_F(UrlFetch, FetchToTempFileMakesLineEndsCrLf) {
+TEST_F(UrlFetch, FetchToTempMakesLineEndsCrLf) {
     const std::pair<std::string, std::string> cases[] = {
         {"a=1\nb=2\n", "a=1\r\nb=2\r\n"},
         {"a=1\rb=2", "a=1\r\nb=2"},
@@ -159,8 +159,10 @@ TEST_F(UrlFetch, FetchToTempFileMakesLineEndsCrLf) {
     };
     for (const auto& [reply, stored] : cases) {
         server_.Get("/cfg", {200, reply});
-        const auto path = FetchToTempFile(server_.UrlText("/cfg"));
-        ASSERT_EQ(path.parent_path(), tmp_.Path());
+        const Outcome<std::filesystem::path> file = FetchToTemp(server_.UrlText("/cfg"));
+        ASSERT_TRUE(file);
+        const std::filesystem::path& path = file.Value();
+        EXPECT_EQ(path.parent_path(), tmp_.Path());
         EXPECT_EQ(path.filename().string().rfind("XX", 0), 0u) << path;
         EXPECT_EQ(ReadBytes(path), stored);
     }
