@@ -8,6 +8,7 @@
 #include "app/Version.h"
 #include "app/gui/AppIcons.h"
 #include "app/gui/MainProgram.h"
+#include "app/gui/SessionEnd.h"
 #include "app/gui/StopSignals.h"
 
 int main(int argc, char** argv) {
@@ -19,7 +20,8 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tesselex"));
     QApplication::setWindowIcon(tesselex::gui::AppIcon());
-    // The window hides instead of closing; only "Avsluta" and the end signals end the program.
+    // The window hides instead of closing; only "Avsluta", the end of the session and the end
+    // signals end the program.
     QApplication::setQuitOnLastWindowClosed(false);
 
     tesselex::gui::ProgramOptions options;
@@ -30,6 +32,7 @@ int main(int argc, char** argv) {
     if (!program.Start()) {
         return 0;
     }
+    const auto session = tesselex::gui::EndWithTheSession(program);
     tesselex::gui::StopSignals stop;
     QObject::connect(&stop, &tesselex::gui::StopSignals::stopRequested, &program,
                      &tesselex::gui::MainProgram::Quit);

@@ -1,6 +1,7 @@
 // The program as it starts and ends: tray or window, the no-tray fallback, the hand-over to a
 // program already running, one watcher per workfile, the tray's error state, the dialogs.
 
+#include <QAbstractEventDispatcher>
 #include <QAction>
 #include <QLabel>
 #include <QPushButton>
@@ -12,11 +13,16 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
+#include <functional>
 #include <thread>
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 #include "app/engine/WatchLock.h"
 #include "app/gui/AppIcons.h"
 #include "app/gui/MainProgram.h"
+#include "app/gui/SessionEnd.h"
 #include "app/gui/SingleInstance.h"
 #include "app/gui/frmMain.h"
 #include "dialogs/FrmSubjects.h"
@@ -94,20 +100,64 @@ TEST_F(MainProgramTest, TrayOpensTheWindowAndEndsTheProgram) {
     EXPECT_FALSE(program->Window().isVisible());
 }
 
-TEST_F(MainProgramTest, AvslutaWaitsForTheExportUnderWay) {
+// What the platform says when the desktop session ends: WM_ENDSESSION to a window on Windows
+// (the program must have ended when it returns: Windows may end the process then), the session
+// manager's Quit event elsewhere.
+void EndTheSession() {
+#ifdef _WIN32
+    MSG msg{};
+    msg.message = WM_ENDSESSION;
+    msg.wParam = TRUE;
+    msg.lParam = ENDSESSION_LOGOFF;
+    qintptr result = 0;
+    QAbstractEventDispatcher::instance()->filterNativeEvent(QByteArrayLiteral("windows_generic_MSG"),
+                                                            &msg, &result);
+#else
+    QEvent quit(QEvent::Quit);
+    QCoreApplication::sendEvent(QCoreApplication::instance(), &quit);
+#endif
+}
+
+TEST_F(MainProgramTest, AvslutaAndTheSessionsEndWaitForTheExportUnderWay) {
+    struct Case {
+        const char* what;
+        std::function<void(MainProgram&)> end;
+        bool endedOnReturn;
+    };
+    const Case cases[] = {
+        {"Avsluta",
+         [](MainProgram& program) {
+             program.Window().findChild<QAction*>(QStringLiteral("ArkivAv"))->trigger();
+         },
+         false},
+#ifdef _WIN32
+        {"the session ends", [](MainProgram&) { EndTheSession(); }, true},
+#else
+        {"the session ends", [](MainProgram&) { EndTheSession(); }, false},
+#endif
+    };
     server_.SetExportDelay(std::chrono::milliseconds(1500));
-    auto program = Started({QStringLiteral("show")}, true);
-    auto* bibId = program->Window().findChild<QLineEdit*>(QStringLiteral("txtBibId"));
-    QTest::keyClicks(bibId, QString::fromStdString(server_.BibIds().front()));
-    auto* fetch = program->Window().findChild<QWidget*>(QStringLiteral("Command1"));
-    ASSERT_TRUE(WaitFor([&] { return fetch->isEnabled(); }));
-    QTest::keyClick(bibId, Qt::Key_Return);
-    QSignalSpy finished(program.get(), &MainProgram::finished);
-    program->Window().findChild<QAction*>(QStringLiteral("ArkivAv"))->trigger();
-    ASSERT_TRUE(WaitFor([&] { return finished.count() == 1; }));
-    // Delivered in full before the end.
-    EXPECT_EQ(ReadBytes(destination_),
-              server_.ExportReply(server_.BibIds().front(), "interleaved"));
+    for (const Case& c : cases) {
+        std::filesystem::remove(destination_);
+        auto program = Started({QStringLiteral("show")}, true);
+        const auto session = gui::EndWithTheSession(*program);
+        auto* bibId = program->Window().findChild<QLineEdit*>(QStringLiteral("txtBibId"));
+        bibId->clear();
+        QTest::keyClicks(bibId, QString::fromStdString(server_.BibIds().front()));
+        auto* fetch = program->Window().findChild<QWidget*>(QStringLiteral("Command1"));
+        ASSERT_TRUE(WaitFor([&] { return fetch->isEnabled(); })) << c.what;
+        QTest::keyClick(bibId, Qt::Key_Return);
+        QSignalSpy finished(program.get(), &MainProgram::finished);
+        c.end(*program);
+        if (c.endedOnReturn) {
+            EXPECT_EQ(finished.count(), 1) << c.what;
+        }
+        ASSERT_TRUE(WaitFor([&] { return finished.count() == 1; })) << c.what;
+        // Delivered in full before the end.
+        EXPECT_EQ(ReadBytes(destination_),
+                  server_.ExportReply(server_.BibIds().front(), "interleaved"))
+            << c.what;
+    }
 }
 
 TEST_F(MainProgramTest, ASecondStartShowsTheRunningWindowAndEnds) {
