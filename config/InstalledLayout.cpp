@@ -1,37 +1,54 @@
 #include "config/InstalledLayout.h"
 
 #include <system_error>
+#ifdef _WIN32
+#include <algorithm>
+#include <cwctype>
+#include <string>
+#endif
 
+#ifndef _WIN32
 #include "config/InstallDirs.h"
+#endif
 
 namespace tesselex {
 
 namespace {
 
-// The per-user application-data folder: on Windows the roaming one (APPDATA), elsewhere that
-// of the XDG base directories, where a relative XDG_DATA_HOME is ignored, as that standard asks.
+// The per-user application-data folder: on Windows the local one (LOCALAPPDATA: the outbox and
+// the logs belong to this machine; a roaming profile would carry waiting exports to another
+// machine and deliver them twice), elsewhere that of the XDG base directories, where a relative
+// XDG_DATA_HOME is ignored, as that standard asks.
 std::filesystem::path UserDataFolder(const EnvironmentLookup& environment) {
 #ifdef _WIN32
-    const std::filesystem::path appData(environment("APPDATA"));
-    return appData.is_absolute() ? appData : std::filesystem::path();
+    const std::filesystem::path local = environment("LOCALAPPDATA");
+    return local.is_absolute() ? local : std::filesystem::path();
 #else
-    const std::filesystem::path xdg(environment("XDG_DATA_HOME"));
+    const std::filesystem::path xdg = environment("XDG_DATA_HOME");
     if (xdg.is_absolute()) {
         return xdg;
     }
-    const std::string home = environment("HOME");
+    const std::filesystem::path home = environment("HOME");
     if (home.empty()) {
         return {};
     }
-    return std::filesystem::path(home) / ".local" / "share";
+    return home / ".local" / "share";
 #endif
 }
 
 bool SameFolder(const std::filesystem::path& a, const std::filesystem::path& b) {
-    // "/usr/bin/" and "/usr/bin" are one folder.
+    // "/usr/bin/" and "/usr/bin" are one folder; on Windows so are "C:\Users" and "c:\users".
     auto normal = [](const std::filesystem::path& p) {
         auto n = p.lexically_normal();
-        return n.has_filename() ? n : n.parent_path();
+        n = n.has_filename() ? n : n.parent_path();
+#ifdef _WIN32
+        std::wstring folded = n.native();
+        std::transform(folded.begin(), folded.end(), folded.begin(),
+                       [](wchar_t c) { return static_cast<wchar_t>(std::towlower(c)); });
+        return std::filesystem::path(folded);
+#else
+        return n;
+#endif
     };
     return !a.empty() && normal(a) == normal(b);
 }
@@ -41,8 +58,8 @@ bool SameFolder(const std::filesystem::path& a, const std::filesystem::path& b) 
 std::filesystem::path ChooseProgramFolder(const std::filesystem::path& executableFolder,
                                           const std::filesystem::path& installedProgramsFolder,
                                           const EnvironmentLookup& environment) {
-    if (std::string home = environment("TESSELEX_HOME"); !home.empty()) {
-        return std::filesystem::path(home);
+    if (std::filesystem::path home = environment("TESSELEX_HOME"); !home.empty()) {
+        return home;
     }
     if (!SameFolder(executableFolder, installedProgramsFolder)) {
         return executableFolder;
@@ -70,6 +87,8 @@ std::filesystem::path FindReadOnlyFile(const std::filesystem::path& name,
     return own;
 }
 
+#ifndef _WIN32
+// On Windows in config/PlatformWin.cpp: the setup chooses the folder, not the build.
 std::filesystem::path InstalledProgramsFolder() {
     return std::filesystem::path(install_dirs::kPrograms);
 }
@@ -77,5 +96,6 @@ std::filesystem::path InstalledProgramsFolder() {
 std::filesystem::path InstalledDataFolder() {
     return std::filesystem::path(install_dirs::kData);
 }
+#endif
 
 }  // namespace tesselex

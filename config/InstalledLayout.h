@@ -5,16 +5,16 @@
 
 #include <filesystem>
 #include <functional>
-#include <string>
 
 namespace tesselex {
 
-// Reads one environment variable; "" when it is not set.
-using EnvironmentLookup = std::function<std::string(const char* name)>;
+// Reads one environment variable as a path (in the platform's own wide form on Windows, so that
+// a profile folder with letters like "Å" arrives whole); empty when it is not set.
+using EnvironmentLookup = std::function<std::filesystem::path(const char* name)>;
 
 // The program folder: TESSELEX_HOME when set; otherwise, when the executable's folder is the
 // folder the programs are installed to, the per-user application-data folder
-// ($XDG_DATA_HOME/TESSELEX, else ~/.local/share/TESSELEX; %APPDATA%\TESSELEX on Windows);
+// ($XDG_DATA_HOME/TESSELEX, else ~/.local/share/TESSELEX; %LOCALAPPDATA%\TESSELEX on Windows);
 // otherwise the executable's folder.
 std::filesystem::path ChooseProgramFolder(const std::filesystem::path& executableFolder,
                                           const std::filesystem::path& installedProgramsFolder,
@@ -28,7 +28,9 @@ std::filesystem::path FindReadOnlyFile(const std::filesystem::path& name,
                                        const std::filesystem::path& programFolder,
                                        const std::filesystem::path& dataFolder);
 
-// The folders the build was configured to install to (absolute).
+// The folder the programs are installed to and the folder of the shipped data (absolute). Where
+// the build was configured to install to; on Windows, where the per-user setup installs
+// (%LOCALAPPDATA%\Programs\TESSELEX, packaging/windows) and the data beside the programs.
 std::filesystem::path InstalledProgramsFolder();
 std::filesystem::path InstalledDataFolder();
 

@@ -1,7 +1,6 @@
 // The executable's folder from /proc, the installed-layout rule, and no Windows folder.
 
 #include <cstdlib>
-#include <string>
 #include <system_error>
 
 #include "config/InstalledLayout.h"
@@ -11,9 +10,9 @@
 namespace tesselex {
 namespace {
 
-std::string Environment(const char* name) {
+std::filesystem::path Environment(const char* name) {
     const char* value = std::getenv(name);
-    return value == nullptr ? std::string() : std::string(value);
+    return value == nullptr ? std::filesystem::path() : std::filesystem::path(value);
 }
 
 }  // namespace

@@ -1,18 +1,22 @@
-// The executable's folder from GetModuleFileNameW and the Windows folder from
-// GetWindowsDirectoryW. An installed program keeps its files beside the executable, as the old
-// program did.
+// The executable's folder from GetModuleFileNameW, the per-user setup's folders and the Windows
+// folder from GetWindowsDirectoryW. A program run from where the setup installed it keeps its
+// files in %LOCALAPPDATA%\TESSELEX (the setup's uninstaller then leaves them alone); run from
+// anywhere else it keeps them beside the executable, as the old program did.
 
 #include <windows.h>
 
+#include <cstring>
 #include <string>
 #include <system_error>
 
+#include "config/InstalledLayout.h"
 #include "config/Platform.h"
 #include "config/PlatformFolders.h"
 
 namespace tesselex {
+namespace {
 
-std::filesystem::path detail::ExecutableProgramFolder() {
+std::filesystem::path ExecutableFolder() {
     std::wstring buffer(MAX_PATH, L'\0');
     for (;;) {
         const DWORD length =
@@ -27,6 +31,35 @@ std::filesystem::path detail::ExecutableProgramFolder() {
         }
         buffer.resize(buffer.size() * 2);  // truncated: a long path
     }
+}
+
+// The variable in its wide form: a profile folder's name is not limited to the ANSI code page.
+std::filesystem::path Environment(const char* name) {
+    const std::wstring wideName(name, name + std::strlen(name));  // the names are ASCII
+    const DWORD size = GetEnvironmentVariableW(wideName.c_str(), nullptr, 0);
+    if (size == 0) {
+        return {};
+    }
+    std::wstring value(size, L'\0');
+    const DWORD length = GetEnvironmentVariableW(wideName.c_str(), value.data(), size);
+    value.resize(length < size ? length : 0);
+    return std::filesystem::path(value);
+}
+
+}  // namespace
+
+std::filesystem::path detail::ExecutableProgramFolder() {
+    return ChooseProgramFolder(ExecutableFolder(), InstalledProgramsFolder(), Environment);
+}
+
+std::filesystem::path InstalledProgramsFolder() {
+    const std::filesystem::path local = Environment("LOCALAPPDATA");
+    // Without it no folder is the setup's, and every program keeps its files beside itself.
+    return local.is_absolute() ? local / "Programs" / "TESSELEX" : std::filesystem::path();
+}
+
+std::filesystem::path InstalledDataFolder() {
+    return ExecutableFolder();
 }
 
 std::filesystem::path WindowsFolder() {

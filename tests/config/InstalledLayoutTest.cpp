@@ -21,11 +21,11 @@ struct FolderCase {
     std::filesystem::path expected;
 };
 
-// The per-user folder of an installed program is the platform's: %APPDATA% on Windows,
+// The per-user folder of an installed program is the platform's: %LOCALAPPDATA% on Windows,
 // the XDG data folder elsewhere.
 #ifdef _WIN32
-const std::pair<const std::string, std::string> kUser{"APPDATA", "C:\\Users\\u\\AppData\\Roaming"};
-const std::filesystem::path kPerUser = "C:\\Users\\u\\AppData\\Roaming\\TESSELEX";
+const std::pair<const std::string, std::string> kUser{"LOCALAPPDATA", "C:\\Users\\u\\AppData\\Local"};
+const std::filesystem::path kPerUser = "C:\\Users\\u\\AppData\\Local\\TESSELEX";
 #else
 const std::pair<const std::string, std::string> kUser{"HOME", "/home/u"};
 const std::filesystem::path kPerUser = "/home/u/.local/share/TESSELEX";
@@ -38,7 +38,13 @@ TEST(ChooseProgramFolder, BuildTreeBesideTheExecutableInstalledPerUser) {
         {"installed", "/usr/bin", {kUser}, kPerUser},
         {"installed, trailing slash", "/usr/bin/", {kUser}, kPerUser},
 #ifdef _WIN32
-        {"relative APPDATA ignored", "/usr/bin", {{"APPDATA", "Roaming"}}, "/usr/bin"},
+        {"relative LOCALAPPDATA ignored", "/usr/bin", {{"LOCALAPPDATA", "Local"}}, "/usr/bin"},
+        // Windows names ignore case: a start from the Run key's path or a shortcut's is one.
+        {"installed, other case", "/USR/Bin", {kUser}, kPerUser},
+        {"the roaming folder is not the per-user one",
+         "/usr/bin",
+         {{"APPDATA", "C:\\Users\\u\\AppData\\Roaming"}},
+         "/usr/bin"},
 #else
         {"installed, XDG_DATA_HOME",
          "/usr/bin",
