@@ -14,6 +14,8 @@ if(MINGW)
     target_compile_options(tesselex_common INTERFACE -Wno-restrict)
 endif()
 if(WIN32)
+    # Every executable carries a version resource and the icon (cmake/WindowsResources.cmake).
+    enable_language(RC)
     # Wide-character Windows functions, and no min/max macros in the way of std::min.
     target_compile_definitions(tesselex_common INTERFACE UNICODE _UNICODE NOMINMAX
                                                          WIN32_LEAN_AND_MEAN)
