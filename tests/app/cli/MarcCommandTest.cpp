@@ -1,18 +1,14 @@
 // tesselex-cli marc dump|convert|check, run as the built program on a real sample file.
-#ifndef _WIN32
-#include <sys/wait.h>
-#endif
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "config/CodePage.h"
 #include "tests/support/IsoRecord.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
+#include "tests/support/export/ExportSandbox.h"
 
 namespace {
 
@@ -34,28 +30,19 @@ class MarcCommandTest : public ::testing::Test {
   protected:
     void SetUp() override {
 #ifdef _WIN32
-        GTEST_SKIP() << "runs tesselex-cli through a POSIX shell command line; the Windows tests "
-                        "run under Wine, which has none";
+        GTEST_SKIP() << tesselex::test::kNoShell;
 #endif
     }
     // Runs tesselex-cli with the arguments (already quoted where needed) and an optional
     // standard input file.
     CliRun Cli(const std::string& args, const std::string& input = "/dev/null") {
-        const std::string command = std::string("'") + TESSELEX_CLI + "' " + args + " <'" + input +
-                                    "' >'" + (dir / "out").string() + "' 2>'" +
-                                    (dir / "err").string() + "'";
-        const int raw = std::system(command.c_str());
-        CliRun run;
-#ifdef _WIN32
-        run.status = raw;
-#else
-        run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-#endif
-        run.out = ReadBytes(dir / "out");
-        run.err = ReadBytes(dir / "err");
-        return run;
+        const tesselex::test::CliResult run = tesselex::test::RunCliScript(
+            "\"$CLI\" " + args + " <'" + input + "' 2>'" + Path("err") + "'");
+        return {run.Status, run.Out, ReadBytes(dir / "err")};
     }
-    std::string Path(const char* name) { return (dir / name).string(); }
+    std::string Path(const char* name) {
+        return (dir / name).string();
+    }
 
     TempDir dir;
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "app/engine/Outbox.h"
 #include "config/CfgClass.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
@@ -76,12 +77,7 @@ TEST_F(ExportEngineTest, AWorkfileStillBeingWrittenWaitsUntilCompleteOrFiveSecon
     ExportEngine& engine = StartUp();
     const std::string record = test::HoldingsRecord(bibId_);
     const auto tick = [&](int seconds) {
-        now_.Second += seconds;
-        for (; now_.Second >= 60; now_.Second -= 60, ++now_.Minute) {
-        }
-        if (now_.Minute >= 60) {
-            now_ = {2024, 5, 8, 0, now_.Minute - 60, now_.Second};
-        }
+        now_ = DateTimeOf(SecondsOf(now_) + seconds);
         engine.Poll();
     };
 
@@ -242,8 +238,8 @@ TEST_F(ExportEngineTest, FailedExportsSayWhyAndDeliverOnlyGoodRecords) {
         }
         // A failure a later try may cure waits in the outbox and says when that try comes; the
         // others are the cataloguer's to see now, and wait for nothing.
-        const bool waits = !report.Failures.empty() && !report.Delivered() &&
-                           Retryable(report.Failures.back());
+        const bool waits =
+            !report.Failures.empty() && !report.Delivered() && Retryable(report.Failures.back());
         EXPECT_EQ(waiting_.size(), waits ? 1U : 0U);
         ASSERT_EQ(lines_.size(), waits ? 2U : 1U);
         if (waits) {
@@ -352,8 +348,7 @@ TEST_F(ExportEngineTest, AnOldSettingsFileInWindows1252IsMigratedOnceAndNamesThe
     messages_.clear();
 
     WriteBytes(home_ / "Config.TXT", old);
-    ExportEngine& engine = StartUp();
-    EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes Tesm");
+    ExportEngine& engine = StartUp();  // each key's conversion: SettingsMigrationTest
     EXPECT_EQ(engine.State().Options.Charset, Characters::Utf8Decomposed);
     EXPECT_EQ(engine.State().Workfile, u"/old/work.fil");
     EXPECT_TRUE(engine.State().Options.OneAtATime);
@@ -525,11 +520,13 @@ class ExportEngineFtpTest : public ExportEngineTest {
         settings_->StoreSetting(SettingKey::FTPFilename, u"export.mrc");
         settings_->StoreSetting(SettingKey::Clear, u"No");
         settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
+        settings_->StoreSetting(SettingKey::Logging, u"Yes");
     }
-    test::LoopbackFtpServer ftp_;
+    test::LoopbackFtpServer ftp_{"tester", "Pw-7qZx3-hemlis"};
 };
 
 // Each export is uploaded alone; a failed save uploads nothing, a refused login keeps the file.
+// No password reaches a status line or a log.
 TEST_F(ExportEngineFtpTest, EachExportIsUploadedAloneAfterASuccessfulSave) {
     ExportEngine& engine = StartUp();
     const ExportOptions& options = engine.State().Options;
@@ -569,6 +566,14 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAloneAfterASuccessfulSave) {
     EXPECT_TRUE(lines_[1].IsError);
     EXPECT_NE(ReadLog(true).find(": Kunde inte ansluta med FTP till "), std::string::npos);
     EXPECT_TRUE(std::filesystem::is_empty(ftp_.Root()));
+    std::string seen = ReadLog(true) + ReadLog(false);  // every line, with both logs on
+    for (const StatusLine& line : lines_) {
+        seen += TextToUtf8(line.Line);
+    }
+    EXPECT_NE(seen.find("Skickat post #12515882"), std::string::npos);
+    for (const char* password : {"Pw-7qZx3-hemlis", "wrong"}) {
+        EXPECT_EQ(seen.find(password), std::string::npos) << seen;
+    }
 
     // Clearing the server in the FTP dialog gives the option back, ticked as stored.
     engine.SetFtp({});

@@ -19,13 +19,6 @@ class OutboxOutageTest : public test::EngineFixture {
         now_ = DateTimeOf(SecondsOf(now_) + 1);
         engine_->Poll();
     }
-    // The engine clock's second of a status line ("NNN. \tHH:MM:SS\t...").
-    static long long SecondOf(const StatusLine& line) {
-        const std::size_t tab = line.Line.find(u'\t');
-        const std::string time = TextToUtf8(line.Line.substr(tab + 1, 8));
-        return std::stoll(time.substr(0, 2)) * 3600 + std::stoll(time.substr(3, 2)) * 60 +
-               std::stoll(time.substr(6, 2));
-    }
 };
 
 TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
@@ -42,7 +35,8 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     EngineSeams seams;
     seams.RemoveFile = [&](const std::filesystem::path& file, std::error_code& ec) {
         // The export is in the outbox, on the disk, before its workfile goes.
-        queuedFirst = queuedFirst && std::filesystem::exists(home_ / "Outbox" / (saving + ".entry"));
+        queuedFirst =
+            queuedFirst && std::filesystem::exists(home_ / "Outbox" / (saving + ".entry"));
         return std::filesystem::remove(file, ec);
     };
     settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
@@ -61,11 +55,12 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     for (int second = 0; second < 400; ++second) {
         Tick();
     }
-    const long long back = SecondsOf(now_) % 86400;
     server_.Start(port);
-    for (int second = 0; second < 400 && !waiting_.empty(); ++second) {
+    int second = 0;
+    for (; second < 400 && !waiting_.empty(); ++second) {
         Tick();
     }
+    EXPECT_LE(second, 300) << "all delivered at the first try after the server is back";
 
     EXPECT_TRUE(waiting_.empty());
     EXPECT_EQ(Delivered(), expected);
@@ -75,26 +70,16 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     }
     EXPECT_EQ(asked, ids) << "once each, in the order saved";
 
-    // Only the oldest was tried while the server was away, each time after a longer wait.
+    // Only the oldest was tried while the server was away (its back-off: OutboxRunnerTest).
     const std::u16string down = u"Post #200001 kunde inte hämtas: ingen kontakt med exportservern.";
-    std::vector<long long> tries;
-    long long lastDelivery = 0;
+    std::size_t tries = 0;
     for (const StatusLine& line : lines_) {
         if (line.IsError) {
             EXPECT_EQ(line.Message, down);
-            tries.push_back(SecondOf(line));
-        } else if (line.Message.find(u" sparad till ") != std::u16string::npos) {
-            lastDelivery = SecondOf(line);
+            ++tries;
         }
     }
-    ASSERT_EQ(tries.size(), 6U);
-    std::vector<long long> waits;
-    for (std::size_t i = 1; i < tries.size(); ++i) {
-        waits.push_back(tries[i] - tries[i - 1]);
-    }
-    EXPECT_EQ(waits, (std::vector<long long>{15, 30, 60, 120, 240}));
-    EXPECT_EQ(lastDelivery, tries.back() + 300) << "all delivered at the first try after";
-    EXPECT_LE(lastDelivery - back, 300);
+    EXPECT_EQ(tries, 6U);
     const auto first = std::find_if(lines_.begin(), lines_.end(), [](const StatusLine& line) {
         return line.Message.starts_with(u"Post #200001 sparad");
     });

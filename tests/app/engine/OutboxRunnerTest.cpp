@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <map>
+#include <optional>
 
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
@@ -142,23 +143,33 @@ TEST_F(OutboxRunnerTest, ACrashedTryIsRepairedAtStartUp) {
     const std::filesystem::path file = dir_ / "export.mrc";
     const std::string old = "OLD RECORD\x1D";
     const std::string added = "NEW RECORD\x1D";
+    // CheckAppend tells the three states apart; the repair acts on each.
     const struct {
         const char* What;
-        std::string Contents;  // the destination as the crash left it
-        bool Saved;            // counted as saved: only the upload is due
-        std::string After;     // the destination after the repair
+        std::optional<std::string> Contents;  // the destination as the crash left it
+        bool Replaces;                        // the export was to replace the file
+        bool Saved;                           // counted as saved: only the upload is due
+        std::optional<std::string> After;     // the destination after the repair
     } cases[] = {
-        {"append not begun", old, false, old},
-        {"append half made", old + added.substr(0, 5), false, old},
-        {"append whole", old + added, true, old + added},
+        {"no file", std::nullopt, false, false, std::nullopt},
+        {"append not begun", old, false, false, old},
+        {"append half made", old + added.substr(0, 5), false, false, old},
+        {"other bytes of that length", old + "OTHER BYTE\x1D", false, false, old},
+        {"append whole", old + added, false, true, old + added},
+        {"replacement not yet renamed", old, true, false, old},
+        {"replacement in place", added, true, true, added},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.What);
-        test::WriteBytes(file, c.Contents);
+        std::filesystem::remove(file);
+        if (c.Contents) {
+            test::WriteBytes(file, *c.Contents);
+        }
         OutboxEntry entry;
         entry.BibId = std::u16string(u"7");
         entry.SavedAt = DateTimeOf(now_);
-        entry.Append = PendingAppend{file, old.size(), added.size(), ContentHash(added), false};
+        entry.Append =
+            PendingAppend{file, old.size(), added.size(), ContentHash(added), c.Replaces};
         ASSERT_TRUE(Outbox(dir_ / "Outbox").Put(entry).Ok());
 
         OutboxRunner resumed = MakeRunner();
@@ -166,7 +177,10 @@ TEST_F(OutboxRunnerTest, ACrashedTryIsRepairedAtStartUp) {
         ASSERT_EQ(resumed.Entries().size(), 1U);
         EXPECT_EQ(resumed.Entries()[0].Saved, c.Saved);
         EXPECT_EQ(resumed.Entries()[0].Append.has_value(), c.Saved) << "kept to name the upload";
-        EXPECT_EQ(test::ReadBytes(file), c.After);
+        EXPECT_EQ(std::filesystem::exists(file), c.After.has_value());
+        if (c.After) {
+            EXPECT_EQ(test::ReadBytes(file), *c.After);
+        }
         ASSERT_TRUE(resumed.Drop(u"7").Ok());
     }
     std::ofstream(dir_ / "Outbox" / "8.entry") << "not an entry";

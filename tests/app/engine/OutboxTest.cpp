@@ -1,23 +1,20 @@
-// The outbox's entries on disk, its retry rules and what a crash leaves of an append.
+// The outbox's entries on disk and its retry rules (what a crash leaves of an append: the
+// repair in OutboxRunnerTest).
 
 #include "app/engine/Outbox.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "app/engine/DurableFile.h"
 #include "app/engine/OutboxRunner.h"
 #include "tests/support/TempDir.h"
+#include "tests/support/TestData.h"
 
 namespace tesselex {
 namespace {
 
 using test::TempDir;
-
-void WriteBytes(const std::filesystem::path& file, std::string_view bytes) {
-    std::ofstream(file, std::ios::binary) << bytes;
-}
+using test::WriteBytes;
 
 OutboxEntry Entry(std::u16string bibId, DateTime savedAt) {
     OutboxEntry entry;
@@ -102,11 +99,11 @@ TEST(OutboxTest, AWriteThatFailsSaysWhyAndLeavesNothingBeside) {
 
 TEST(OutboxTest, OnlyFailuresALaterTryMayCureAreRetried) {
     const std::tuple<FaultKind, int, bool> cases[] = {
-        {FaultKind::NoConnection, 0, true}, {FaultKind::TimedOut, 0, true},
-        {FaultKind::EmptyReply, 0, true},   {FaultKind::Refused, 0, true},
-        {FaultKind::NoSpace, 28, true},     {FaultKind::HttpStatus, 408, true},
-        {FaultKind::HttpStatus, 429, true}, {FaultKind::HttpStatus, 500, true},
-        {FaultKind::HttpStatus, 503, true}, {FaultKind::HttpStatus, 404, false},
+        {FaultKind::NoConnection, 0, true},  {FaultKind::TimedOut, 0, true},
+        {FaultKind::EmptyReply, 0, true},    {FaultKind::Refused, 0, true},
+        {FaultKind::NoSpace, 28, true},      {FaultKind::HttpStatus, 408, true},
+        {FaultKind::HttpStatus, 429, true},  {FaultKind::HttpStatus, 500, true},
+        {FaultKind::HttpStatus, 503, true},  {FaultKind::HttpStatus, 404, false},
         {FaultKind::HttpStatus, 400, false}, {FaultKind::BadData, 0, false},
         {FaultKind::FileSystem, 2, false},
     };
@@ -125,39 +122,6 @@ TEST(OutboxTest, TimesCountInSecondsAcrossDaysMonthsAndLeapYears) {
                               DateTime{1969, 12, 31, 0, 0, 1}}) {
         EXPECT_EQ(DateTimeOf(SecondsOf(at)), at) << "and back";
     }
-}
-
-TEST(OutboxTest, ACrashedAppendIsToldCompleteNotMadeOrTorn) {
-    TempDir dir;
-    const std::filesystem::path file = dir / "export.mrc";
-    const std::string old = "OLD RECORDS";
-    const std::string added = "NEW RECORD";
-    const PendingAppend append{file, old.size(), added.size(), ContentHash(added), false};
-    const PendingAppend replace{file, old.size(), added.size(), ContentHash(added), true};
-    const struct {
-        const char* what;
-        std::optional<std::string> contents;
-        const PendingAppend& pending;
-        AppendState state;
-    } cases[] = {
-        {"no file", std::nullopt, append, AppendState::NotMade},
-        {"old bytes only", old, append, AppendState::NotMade},
-        {"whole append", old + added, append, AppendState::Complete},
-        {"half an append", old + added.substr(0, 4), append, AppendState::Torn},
-        {"other bytes of that length", old + "OTHER BYTE", append, AppendState::Torn},
-        {"replacement not yet renamed", old, replace, AppendState::NotMade},
-        {"replacement in place", added, replace, AppendState::Complete},
-    };
-    for (const auto& c : cases) {
-        std::filesystem::remove(file);
-        if (c.contents) {
-            WriteBytes(file, *c.contents);
-        }
-        EXPECT_EQ(CheckAppend(c.pending), c.state) << c.what;
-    }
-    WriteBytes(file, old + added.substr(0, 4));
-    ASSERT_TRUE(TruncateDurably(file, old.size()).Ok());
-    EXPECT_EQ(CheckAppend(append), AppendState::NotMade);
 }
 
 }  // namespace

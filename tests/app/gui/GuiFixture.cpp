@@ -6,49 +6,13 @@
 #include <QTest>
 
 #include "config/Utf.h"
-#include "tests/support/Digits.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex::test {
 
-std::string HoldingsFor(const std::string& bibId) {
-    const std::string field004 = bibId + '\x1E';
-    const std::string directory = "004" + Digits(field004.size(), 4) + "00000";
-    const std::size_t base = 24 + directory.size() + 1;
-    const std::size_t length = base + field004.size() + 1;
-    return Digits(length, 5) + "nx  a22" + Digits(base, 5) + "1n 4500" + directory + '\x1E' +
-           field004 + '\x1D';
-}
-
-void PlaceFileAtomically(const std::filesystem::path& path, const std::string& bytes) {
-    std::filesystem::path aside = path;
-    aside += ".part";
-    WriteBytes(aside, bytes);
-    std::filesystem::rename(aside, path);
-}
-
-GuiFixture::GuiFixture()
-    : home_("TESSELEX_HOME", (dir_ / "home").string()),
-      config_("XDG_CONFIG_HOME", (dir_ / "config").string()),
-      runtime_("XDG_RUNTIME_DIR", (dir_ / "run").string()),
-      workfile_(dir_ / "hold.wrk"),
-      destination_(dir_ / "out.mrc"),
-      server_(SourceDir() / "data") {
-    std::filesystem::create_directories(dir_ / "home");
-    std::filesystem::create_directories(dir_ / "run");
-    std::filesystem::permissions(dir_ / "run", std::filesystem::perms::owner_all);
-    server_.Start();
-    WriteBytes(dir_ / "home" / "export.url",
-               "[InternetShortcut]\r\nURL=" + server_.Address("/config") + "\r\n");
-    WriteBytes(dir_ / "home" / "cat.ini",
-               "[Preferences]\r\nHoldWorkFile=" + workfile_.string() + "\r\n");
-    StoreSetting(SettingKey::Destination, PathToText(destination_));
-}
-
 GuiFixture::~GuiFixture() {
     window_.reset();
     controller_.reset();
-    server_.Stop();
 }
 
 gui::ControllerOptions GuiFixture::Options() {

@@ -1,6 +1,6 @@
 #pragma once
-// The window and its controller against the sample export server on loopback, in a fresh
-// program folder with its own settings and runtime folder: nothing of the user's is touched.
+// The window and its controller in the export sandbox (its own program folder, settings and
+// runtime folder, the sample export server on loopback): nothing of the user's is touched.
 // The poll runs every 50 ms so tests need not wait for whole seconds.
 
 #include <gtest/gtest.h>
@@ -10,20 +10,16 @@
 #include <memory>
 #include <string>
 
-#include "app/engine/Settings.h"
 #include "app/gui/EngineController.h"
 #include "app/gui/frmMain.h"
-#include "app/sampleserver/SampleExportServer.h"
-#include "tests/support/ScopedEnv.h"
-#include "tests/support/TempDir.h"
+#include "tests/support/export/ExportSandbox.h"
 
 class QTableWidget;
 
 namespace tesselex::test {
 
-class GuiFixture : public ::testing::Test {
+class GuiFixture : public ::testing::Test, protected ExportSandbox {
   protected:
-    GuiFixture();
     ~GuiFixture() override;
 
     // The options the controller starts with in these tests.
@@ -44,20 +40,12 @@ class GuiFixture : public ::testing::Test {
     static QStringList StatusMessages(const QWidget& window);
     int GridRows() const;
 
-    TempDir dir_;
-    ScopedEnv home_;
-    ScopedEnv config_;
-    ScopedEnv runtime_;
-    std::filesystem::path workfile_;
-    std::filesystem::path destination_;
-    SampleExportServer server_;
     std::unique_ptr<gui::EngineController> controller_;
     std::unique_ptr<gui::frmMain> window_;
 };
 
-// An ISO 2709 holdings record whose 004 names the bib id.
-std::string HoldingsFor(const std::string& bibId);
-// Writes beside the path and renames, so a poller never reads a half-written file.
-void PlaceFileAtomically(const std::filesystem::path& path, const std::string& bytes);
+// The sandbox's holdings record and atomic placing, under older names some window tests use.
+inline constexpr auto& HoldingsFor = HoldingsRecord;
+inline constexpr auto& PlaceFileAtomically = PlaceFile;
 
 }  // namespace tesselex::test

@@ -117,7 +117,7 @@ TEST_F(FrmMainTest, EndingWithAQuestionUnansweredSavesNothing) {
     controller_.reset();
     // A saved file would be there, or already taken over by start-up under its old name.
     for (const char* name : {"Config.TXT", "config_old.TXT"}) {
-        EXPECT_FALSE(std::filesystem::exists(dir_ / "home" / name)) << name;
+        EXPECT_FALSE(std::filesystem::exists(home_ / name)) << name;
     }
 }
 
@@ -146,7 +146,7 @@ TEST_F(FrmMainTest, FetchButtonFollowsTheBibIdAndEnterFetches) {
 TEST_F(FrmMainTest, AWorkfileRunsOneWholeExportIntoGridAndStatus) {
     StartWindow();
     const std::string bibId = server_.BibIds().front();
-    PlaceFileAtomically(workfile_, HoldingsFor(bibId));
+    PlaceFile(workfile_, HoldingsRecord(bibId));
     ASSERT_TRUE(WaitFor([&] { return GridRows() > 0 && !StatusMessages().isEmpty(); }));
     EXPECT_FALSE(std::filesystem::exists(workfile_));
     EXPECT_EQ(Find<QLineEdit>("txtBibId")->text(), QString::fromStdString(bibId));
