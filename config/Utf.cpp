@@ -95,6 +95,20 @@ std::string TextToUtf8(std::u16string_view text) {
     return out;
 }
 
+// Windows names are UTF-16 already; the standard library would take narrow text there in the
+// ANSI code page and give it back in another encoding, so "Å" in a folder name came back
+// garbled. Elsewhere names are bytes, read as UTF-8 (a malformed byte becomes U+FFFD instead
+// of an exception).
+#ifdef _WIN32
+std::filesystem::path TextToPath(std::u16string_view text) {
+    return std::filesystem::path(std::wstring(text.begin(), text.end()));
+}
+
+std::u16string PathToText(const std::filesystem::path& path) {
+    const std::wstring& native = path.native();
+    return std::u16string(native.begin(), native.end());
+}
+#else
 std::filesystem::path TextToPath(std::u16string_view text) {
     return std::filesystem::path(TextToUtf8(text));
 }
@@ -102,5 +116,6 @@ std::filesystem::path TextToPath(std::u16string_view text) {
 std::u16string PathToText(const std::filesystem::path& path) {
     return Utf8ToText(path.string());
 }
+#endif
 
 }  // namespace tesselex

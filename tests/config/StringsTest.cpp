@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <limits>
 
 #include "config/Utf.h"
+#include "tests/support/TempDir.h"
 
 namespace tesselex {
 namespace {
@@ -57,6 +59,17 @@ TEST(Strings, CaseFoldingCoversNationalLetters) {
     EXPECT_TRUE(StartsWithNoCase(u"FTPX\\Host", u"ftp"));
     EXPECT_EQ(FindNoCase(u"<html><HTML>", u"<html>", 1), 6u);
     EXPECT_EQ(FindNoCase(u"abc", u"x"), std::u16string::npos);
+}
+
+// A destination or workfile named with national letters is the file the cataloguer named, on
+// the disk and when its name is read back.
+TEST(Strings, PathsKeepNationalLetters) {
+    test::TempDir dir;
+    const std::u16string name = u"Åsa ö € \u2713.mrc";
+    std::ofstream(dir / TextToPath(name)) << "x";
+    ASSERT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
+    EXPECT_EQ(PathToText(std::filesystem::directory_iterator(dir.Path())->path().filename()), name);
+    EXPECT_EQ(PathToText(TextToPath(u"C:/Åsa/export.mrc")), u"C:/Åsa/export.mrc");
 }
 
 }  // namespace
