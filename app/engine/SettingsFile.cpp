@@ -6,10 +6,12 @@
 
 #include "app/engine/SettingsFile.h"
 
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QTemporaryFile>
 
-#include <chrono>
 #include <system_error>
 
 #include "app/engine/DurableFile.h"
@@ -52,12 +54,14 @@ bool ReadsBackAs(const std::filesystem::path& file, const SettingValues& values)
 }
 
 // A reader of the file notices the change only when its size or its time (to the millisecond)
-// differs, so the new file is never given the old one's time.
+// differs, so the new file is never given the old one's time. Set through Qt: the standard
+// library's setter has whole seconds only on Windows.
 void NewerThan(const std::filesystem::path& file, const std::filesystem::path& old) {
-    std::error_code ec;
-    const auto before = std::filesystem::last_write_time(old, ec);
-    if (!ec && std::filesystem::last_write_time(file, ec) < before + std::chrono::milliseconds(1)) {
-        std::filesystem::last_write_time(file, before + std::chrono::milliseconds(1), ec);
+    const QDateTime before = QFileInfo(ToQString(old)).lastModified();
+    QFile newer(ToQString(file));
+    if (before.isValid() && QFileInfo(newer).lastModified() <= before &&
+        newer.open(QIODevice::ReadWrite)) {
+        newer.setFileTime(before.addMSecs(1), QFileDevice::FileModificationTime);
     }
 }
 
