@@ -33,17 +33,34 @@ TEST(Settings, AnyTextIsStoredWholeAndReadBackByAnotherReader) {
 
 // Keys without regard to case and values kept across processes are checked through the
 // program's own commands and events (EngineCommandTest, ExportEngineTest).
+// The client's value where the program reads it: on Windows the registry key of NativeSettingsKey
+// (a value there before the test is put back), elsewhere QSettings's file in a folder of the test.
 TEST(Settings, VoyagerWorkfileComesFromTheClientsOwnSettings) {
     test::TempDir dir;
     const QString userDefault =
         QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
                        QString::fromStdString(dir.Path().string()));
-    EXPECT_EQ(VoyagerHoldWorkFile(u"/found/before.mrc"), u"/found/before.mrc");
-    QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("VoyagerCat"),
-              QStringLiteral("VoyagerCat"))
-        .setValue(QStringLiteral("Preferences/HoldWorkFile"), QStringLiteral("/v/hold.mrc"));
+#ifdef _WIN32
+    QSettings client(QString::fromStdU16String(NativeSettingsKey(u"VoyagerCat", true)),
+                     QSettings::NativeFormat);
+#else
+    QSettings client(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("VoyagerCat"),
+                     QStringLiteral("VoyagerCat"));
+#endif
+    const QString name = QStringLiteral("Preferences/HoldWorkFile");
+    const QVariant before = client.value(name);
+    if (!before.isValid()) {
+        EXPECT_EQ(VoyagerHoldWorkFile(u"/found/before.mrc"), u"/found/before.mrc");
+    }
+    client.setValue(name, QStringLiteral("/v/hold.mrc"));
+    client.sync();
     EXPECT_EQ(VoyagerHoldWorkFile(u"/found/before.mrc"), u"/v/hold.mrc");
+    if (before.isValid()) {
+        client.setValue(name, before);
+    } else {
+        client.remove(name);
+    }
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, userDefault);
 }
 
