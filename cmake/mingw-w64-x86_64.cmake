@@ -19,7 +19,7 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -static-libgcc -static-libstdc++")
 
 find_program(TESSELEX_WINE NAMES wine wine64)
 if(TESSELEX_WINE)
-    set(CMAKE_CROSSCOMPILING_EMULATOR ${TESSELEX_WINE})
+    set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/wine-run)
 endif()
 
 # Qt for Windows (scripts/qt-windows) lives outside the cross root: its prefix joins the root
