@@ -14,6 +14,20 @@
 
 namespace tesselex::test {
 
+#ifdef _WIN32
+namespace {
+
+const QString kClientWorkfile = QStringLiteral("Preferences/HoldWorkFile");
+
+// The cataloguing client's settings where the program reads them.
+QSettings ClientSettings() {
+    return QSettings(QString::fromStdU16String(NativeSettingsKey(u"VoyagerCat", true)),
+                     QSettings::NativeFormat);
+}
+
+}  // namespace
+#endif
+
 std::string BuildRecord(const std::vector<std::pair<std::string, std::string>>& fields, char type) {
     return IsoBytes(fields, std::string("00000n") + type + "  a22000001n 4500");
 }
@@ -75,14 +89,41 @@ ExportSandbox::ExportSandbox()
     server_.Start();
     WriteBytes(home_ / "export.url",
                "[InternetShortcut]\r\nURL=" + server_.Address("/config") + "\r\n");
-    WriteBytes(home_ / "cat.ini", "[Preferences]\r\nHoldWorkFile=" + workfile_.string() + "\r\n");
+#ifdef _WIN32
+    clientBefore_ = ClientSettings().value(kClientWorkfile);
+#endif
+    NameClientWorkfile(workfile_);
     settings_ = std::make_unique<Settings>(dir_ / "settings.ini");
     settings_->StoreSetting(SettingKey::Destination, PathToText(destination_));
 }
 
 ExportSandbox::~ExportSandbox() {
     server_.Stop();
+#ifdef _WIN32
+    if (clientBefore_.isValid()) {
+        ClientSettings().setValue(kClientWorkfile, clientBefore_);
+    } else {
+        ClientSettings().remove(kClientWorkfile);
+    }
+#endif
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsPath_);
+}
+
+void ExportSandbox::NameClientWorkfile(const std::filesystem::path& workfile) {
+#ifdef _WIN32
+    if (workfile.empty()) {
+        ClientSettings().remove(kClientWorkfile);
+    } else {
+        ClientSettings().setValue(kClientWorkfile, QString::fromStdWString(workfile.native()));
+    }
+#else
+    if (workfile.empty()) {
+        std::filesystem::remove(home_ / "cat.ini");
+    } else {
+        WriteBytes(home_ / "cat.ini",
+                   "[Preferences]\r\nHoldWorkFile=" + workfile.string() + "\r\n");
+    }
+#endif
 }
 
 std::string ExportSandbox::SampleReply(const std::string& holdings) const {

@@ -1,12 +1,14 @@
 #pragma once
 // The export application in a folder of a test's own: a program folder (TESSELEX_HOME) whose
-// export.url names the loopback sample export server and whose cat.ini names the workfile, its
-// own settings location (XDG_CONFIG_HOME and QSettings's user path) and runtime folder
-// (XDG_RUNTIME_DIR), and a settings file with the destination set. Nothing of the user's is read
-// or written; the environment and the settings location are put back afterwards. Shared by the
-// engine, tesselex-cli and window tests, with the records and the tesselex-cli runner they use.
+// export.url names the loopback sample export server, the workfile named as the cataloguing
+// client names it (NameClientWorkfile), its own settings location (XDG_CONFIG_HOME and
+// QSettings's user path) and runtime folder (XDG_RUNTIME_DIR), and a settings file with the
+// destination set. Nothing else of the user's is read or written; the environment and the
+// settings location are put back afterwards. Shared by the engine, tesselex-cli and window
+// tests, with the records and the tesselex-cli runner they use.
 
 #include <QString>
+#include <QVariant>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -49,6 +51,11 @@ class ExportSandbox {
     ExportSandbox(const ExportSandbox&) = delete;
     ExportSandbox& operator=(const ExportSandbox&) = delete;
 
+    // Names the workfile as the cataloguing client does: in cat.ini in the program folder; on
+    // Windows, which reads a bare cat.ini from the Windows folder every test shares, in the user's
+    // registry value (put back afterwards; the suites using it take turns, tests/CMakeLists.txt).
+    // An empty path names none.
+    void NameClientWorkfile(const std::filesystem::path& workfile);
     std::string SampleReply(const std::string& holdings = "interleaved") const;
     std::string Delivered() const;  // "" when nothing was delivered
     std::vector<std::string> ExportRequests() const;
@@ -64,6 +71,9 @@ class ExportSandbox {
     SampleExportServer server_;
     std::unique_ptr<Settings> settings_;
     const std::string bibId_ = "12515882";
+#ifdef _WIN32
+    QVariant clientBefore_;
+#endif
 };
 
 }  // namespace tesselex::test
