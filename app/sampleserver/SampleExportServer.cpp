@@ -94,6 +94,9 @@ SampleExportServer::~SampleExportServer() {
 
 void SampleExportServer::Start(int port) {
     server_ = std::make_unique<httplib::Server>();
+    // A client's idle kept-alive connection holds its worker this long, and Stop waits for it
+    // (under Wine the stop does not cut the wait short).
+    server_->set_keep_alive_timeout(1);
     server_->Get("/config", [this](const httplib::Request& request, httplib::Response& response) {
         {
             std::lock_guard lock(mutex_);
