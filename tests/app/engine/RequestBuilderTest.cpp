@@ -17,6 +17,7 @@ class RequestBuilderTest : public ::testing::Test {
 };
 
 // The order and every kind of option in one request: ExportEngineTest, with the sample table.
+// AddParameter's separators and bare pieces are seen through the requests built here.
 TEST_F(RequestBuilderTest, EmptyTextUsesTheDefaultOfTheParameterName) {
     Table(
         u"baseURL=b?\r\n[bibid]\r\nname=id\r\ndefault=never\r\n[locations]\r\nname=loc\r\n"
@@ -31,19 +32,6 @@ TEST_F(RequestBuilderTest, PiecesWithoutEqualsAndUnlistedChoicesAddNothing) {
     options_.IsbnNoHyphens = true;
     options_.Holdings = Placement::None;
     EXPECT_EQ(BuildRequest(options_, u"1", table_), u"b?c=0");
-}
-
-TEST(AddParameter, SeparatorAndEmptyValues) {
-    std::u16string address = u"http://h/?";
-    AddParameter(address, u"a", u"1");
-    EXPECT_EQ(address, u"http://h/?a=1");
-    AddParameter(address, u"b=2", u"");
-    EXPECT_EQ(address, u"http://h/?a=1&b=2");
-    AddParameter(address, u"bare", u"");
-    EXPECT_EQ(address, u"http://h/?a=1&b=2");
-    std::u16string empty;
-    AddParameter(empty, u"a", u"1");
-    EXPECT_EQ(empty, u"&a=1");
 }
 
 }  // namespace

@@ -33,13 +33,6 @@ TEST_F(SampleExportServerTest, ServesRecordsByBibIdWithTheirHoldingsAsAsked) {
     EXPECT_EQ(server_.BibIds().size(), 20U);
 }
 
-TEST_F(SampleExportServerTest, TheRequestTablePointsAtTheServerItself) {
-    const std::string table = Get("/config");
-    EXPECT_EQ(table.rfind("baseURL=" + server_.Address("/export?") + "\r\n[f003 0]\r\n", 0), 0U);
-    server_.SetReply("1", "<html>down</html>", 503, "text/html");
-    EXPECT_EQ(Get("/export?bibid=1"), "<html>down</html>");
-}
-
 TEST(ControlFieldOf, BrokenRecordsGiveNothing) {
     EXPECT_EQ(ControlFieldOf("", "001"), "");
     EXPECT_EQ(ControlFieldOf("00050nam  2200999 a 4500001001200000", "001"), "");

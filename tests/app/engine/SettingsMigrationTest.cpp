@@ -35,20 +35,16 @@ TEST(GetSelection, MapsStoredValuesToListIndexes) {
     }
 }
 
-class CopySettingsTest : public ::testing::Test {
-  protected:
-    test::TempDir dir_;
-    Settings settings_{dir_ / "settings.ini"};
-    CfgClass old_;
-};
-
-TEST_F(CopySettingsTest, EveryOldKeyLandsInItsSettingConverted) {
-    old_.LoadFromString(
+TEST(CopySettings, EveryOldKeyLandsInItsSettingConvertedAndMissingKeysChangeNothing) {
+    test::TempDir dir;
+    Settings settings(dir / "settings.ini");
+    CfgClass old;
+    old.LoadFromString(
         u"Sigler=Tes,Tesm\r\nÄmnesord=sao=Tes\r\nTecken=UTF8/FORMD\r\nISBNUtanBindestreck=1\r\n"
         u"Ändra0359=0\r\nRensa=1\r\nDestination=C:\\Ut\\x.mrc\r\nLogga=1\r\nLoggaFel=0\r\n"
         u"SeparatBestånd=0\r\nSeparataAuktoriteter=1\r\n[FTP]\r\nServer=ftp.example\r\n"
         u"Användare=anna\r\nLösenord=hemligt\r\nKatalog=/in\r\nFil=|%MMDDHHMMSS%.mrc\r\n");
-    CopySettings(settings_, old_);
+    CopySettings(settings, old);
     const std::pair<SettingKey, std::u16string_view> expected[] = {
         {SettingKey::Libraries, u"Tes Tesm"},
         {SettingKey::Subjects, u"Tes:sao"},
@@ -69,22 +65,20 @@ TEST_F(CopySettingsTest, EveryOldKeyLandsInItsSettingConverted) {
         {SettingKey::FTPFilename, u"|%MMDDHHMMSS%.mrc"},
     };
     for (const auto& [key, value] : expected) {
-        EXPECT_EQ(settings_.Setting(key), value) << static_cast<int>(key);
+        EXPECT_EQ(settings.Setting(key), value) << static_cast<int>(key);
     }
-}
 
-TEST_F(CopySettingsTest, MissingKeysLeaveSettingsAloneAndOtherValuesAreKept) {
-    settings_.StoreSetting(SettingKey::Clear, u"No");
-    settings_.StoreSetting(SettingKey::Holdtype, u"none");
-    // Subjects already in the new form, as the old-style save writes them.
-    old_.LoadFromString(u"Tecken=EBCDIC\r\nLogga=2\r\nÄmnesord=B:sao ; A:sao,lcsh\r\n");
-    CopySettings(settings_, old_);
-    EXPECT_EQ(settings_.Setting(SettingKey::Clear), u"No");
-    EXPECT_EQ(settings_.Setting(SettingKey::Holdtype), u"none");
-    EXPECT_EQ(settings_.Setting(SettingKey::Charset), u"ISO-8859-1");
-    EXPECT_EQ(settings_.Setting(SettingKey::Compose), u"");
-    EXPECT_EQ(settings_.Setting(SettingKey::Logging), u"2");
-    EXPECT_EQ(settings_.Setting(SettingKey::Subjects), u"B:sao ; A:sao,lcsh");
+    // A second old file without those keys leaves them alone; unknown values are kept, and
+    // subjects already in the new form (as the old-style save writes them) too.
+    CfgClass second;
+    second.LoadFromString(u"Tecken=EBCDIC\r\nLogga=2\r\nÄmnesord=B:sao ; A:sao,lcsh\r\n");
+    CopySettings(settings, second);
+    EXPECT_EQ(settings.Setting(SettingKey::Clear), u"Yes");
+    EXPECT_EQ(settings.Setting(SettingKey::Holdtype), u"interleaved");
+    EXPECT_EQ(settings.Setting(SettingKey::Charset), u"ISO-8859-1");
+    EXPECT_EQ(settings.Setting(SettingKey::Compose), u"");
+    EXPECT_EQ(settings.Setting(SettingKey::Logging), u"2");
+    EXPECT_EQ(settings.Setting(SettingKey::Subjects), u"B:sao ; A:sao,lcsh");
 }
 
 }  // namespace

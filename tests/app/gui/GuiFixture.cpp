@@ -44,10 +44,6 @@ std::u16string GuiFixture::StoredSetting(SettingKey key) const {
     return Settings(dir_ / "settings.ini").Setting(key);
 }
 
-void GuiFixture::StoreSetting(SettingKey key, const std::u16string& value) {
-    Settings(dir_ / "settings.ini").StoreSetting(key, value);
-}
-
 QStringList GuiFixture::StatusMessages(const QWidget& window) {
     QStringList messages;
     auto* status = window.findChild<QTableWidget*>(QStringLiteral("Status"));

@@ -30,7 +30,6 @@ class GuiFixture : public ::testing::Test, protected ExportSandbox {
     static bool WaitFor(const std::function<bool()>& condition);
     // The settings as the engine stored them (read from the settings file).
     std::u16string StoredSetting(SettingKey key) const;
-    void StoreSetting(SettingKey key, const std::u16string& value);
 
     template <typename Widget>
     Widget* Find(const char* name) const {
