@@ -581,6 +581,10 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAloneAfterASuccessfulSave) {
     engine.SetFtp({});
     EXPECT_FALSE(options.OneAtATimeLocked || options.OneAtATime);
     EXPECT_TRUE(options.LockedReason.empty());
+
+    // A restart keeps the waiting export as saved: only its upload is due.
+    StartUp().Poll();
+    EXPECT_TRUE(engine_->Waiting().at(0).Saved);
 }
 
 }  // namespace

@@ -32,6 +32,10 @@ TEST_F(RequestBuilderTest, PiecesWithoutEqualsAndUnlistedChoicesAddNothing) {
     options_.IsbnNoHyphens = true;
     options_.Holdings = Placement::None;
     EXPECT_EQ(BuildRequest(options_, u"1", table_), u"b?c=0");
+    // Without a base address the first parameter still gets its separator.
+    CfgClass bare;
+    bare.LoadFromString(u"[bibid]\r\nname=id\r\n");
+    EXPECT_EQ(BuildRequest(options_, u"7", bare), u"&id=7");
 }
 
 }  // namespace
