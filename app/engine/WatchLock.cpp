@@ -15,19 +15,6 @@
 namespace tesselex {
 namespace {
 
-// $XDG_RUNTIME_DIR as it is set: one that cannot hold the lock is reported, not silently
-// exchanged for another folder that a second program might not choose.
-std::filesystem::path RuntimeFolder() {
-    QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (folder.isEmpty()) {
-        folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    }
-    if (folder.isEmpty()) {
-        folder = QDir::tempPath();
-    }
-    return std::filesystem::path(folder.toStdU16String());
-}
-
 std::unique_ptr<QLockFile> LockFile(const std::filesystem::path& lockPath,
                                     std::error_code& folderError) {
     std::filesystem::create_directories(lockPath.parent_path(), folderError);
@@ -46,6 +33,26 @@ long long HolderOf(QLockFile& lock) {
 
 }  // namespace
 
+// $XDG_RUNTIME_DIR as it is set: one that cannot hold the lock is reported, not silently
+// exchanged for another folder that a second program might not choose. Without it, Qt's runtime
+// folder; on Windows the user's temporary folder instead, as Qt's runtime folder there is the
+// profile folder itself, where the lock files would lie in plain sight.
+std::filesystem::path UserRuntimeFolder() {
+    QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+#ifdef Q_OS_WIN
+    if (folder.isEmpty()) {
+        folder = QDir::tempPath();
+    }
+#endif
+    if (folder.isEmpty()) {
+        folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    }
+    if (folder.isEmpty()) {
+        folder = QDir::tempPath();
+    }
+    return std::filesystem::path(folder.toStdU16String());
+}
+
 std::filesystem::path WatchLock::LockPath(const std::filesystem::path& workfile) {
     std::error_code ec;
     std::filesystem::path normal = std::filesystem::weakly_canonical(workfile, ec);
@@ -56,7 +63,7 @@ std::filesystem::path WatchLock::LockPath(const std::filesystem::path& workfile)
         QCryptographicHash::hash(ToQString(normal).toUtf8(), QCryptographicHash::Sha1)
             .toHex()
             .left(16);
-    return RuntimeFolder() / ("tesselex-watch-" + key.toStdString() + ".lock");
+    return UserRuntimeFolder() / ("tesselex-watch-" + key.toStdString() + ".lock");
 }
 
 Outcome<WatchLock> WatchLock::Take(const std::filesystem::path& workfile) {

@@ -37,6 +37,10 @@ class WatchLock {
     std::unique_ptr<QLockFile> lock_;
 };
 
+// The user's own folder for the watch locks and the window program's hand-over: per user on every
+// platform, so another user's program on the same machine is not taken for this user's.
+std::filesystem::path UserRuntimeFolder();
+
 // The status line (window) and stderr text (tesselex-cli) of a workfile someone else watches.
 std::u16string WatchedElsewhereMessage(const std::filesystem::path& workfile);
 // The error status line of a workfile whose lock cannot be made.

@@ -3,7 +3,9 @@
 #include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QStandardPaths>
+
+#include "app/engine/QtText.h"
+#include "app/engine/WatchLock.h"
 
 namespace tesselex::gui {
 namespace {
@@ -19,10 +21,7 @@ SingleInstance::SingleInstance(QString name, QObject* parent)
 SingleInstance::~SingleInstance() = default;
 
 QString SingleInstance::DefaultName() {
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (folder.isEmpty()) {
-        folder = QDir::tempPath();
-    }
+    const QString folder = ToQString(UserRuntimeFolder());
     QDir().mkpath(folder);
     return folder + QStringLiteral("/tesselex.instance");
 }
