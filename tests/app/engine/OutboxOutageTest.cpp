@@ -6,7 +6,6 @@
 #include <algorithm>
 
 #include "app/engine/OutboxRunner.h"
-#include "config/CodePage.h"
 #include "config/Utf.h"
 #include "tests/app/engine/EngineFixture.h"
 
@@ -39,7 +38,6 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
             queuedFirst && std::filesystem::exists(home_ / "Outbox" / (saving + ".entry"));
         return std::filesystem::remove(file, ec);
     };
-    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
     StartUp(std::move(seams));
     const int port = server_.Port();
     server_.Stop();
@@ -50,8 +48,6 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     }
     EXPECT_TRUE(queuedFirst);
     ASSERT_EQ(waiting_.size(), 100U);
-    EXPECT_EQ(waiting_.front().BibId, u"200001");
-    EXPECT_EQ(waiting_.back().BibId, u"200100");
     for (int second = 0; second < 400; ++second) {
         Tick();
     }
@@ -70,12 +66,12 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     }
     EXPECT_EQ(asked, ids) << "once each, in the order saved";
 
-    // Only the oldest was tried while the server was away (its back-off: OutboxRunnerTest).
-    const std::u16string down = u"Post #200001 kunde inte hämtas: ingen kontakt med exportservern.";
+    // Only the oldest was tried while the server was away (its back-off: OutboxRunnerTest; the
+    // message: ExportEngineTest).
     std::size_t tries = 0;
     for (const StatusLine& line : lines_) {
         if (line.IsError) {
-            EXPECT_EQ(line.Message, down);
+            EXPECT_TRUE(line.Message.starts_with(u"Post #200001 ")) << TextToUtf8(line.Message);
             ++tries;
         }
     }
@@ -86,7 +82,6 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     ASSERT_NE(first, lines_.end());
     EXPECT_EQ(first->Message, u"Post #200001 sparad till " + PathToText(destination_) +
                                   u" (försenad, sparad 10:00:01).");
-    EXPECT_NE(ReadLog(true).find(TextToAnsi(u"Försöker igen kl. 10:00.")), std::string::npos);
 }
 
 }  // namespace
