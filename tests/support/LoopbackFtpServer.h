@@ -33,8 +33,6 @@ class LoopbackFtpServer {
     // "127.0.0.1:<port>", the server text FtpConnect takes.
     std::string Address() const;
     std::u16string ServerText() const;
-    const std::string& User() const { return user_; }
-    const std::string& Password() const { return password_; }
     std::u16string UserText() const;
     std::u16string PasswordText() const;
     // The user's home folder on the server, a temporary folder of this machine.

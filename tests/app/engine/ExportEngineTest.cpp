@@ -401,7 +401,6 @@ TEST_F(ExportEngineTest, SaveConfigWritesTheOldFileThatTheNextStartUpReadsBackUn
                             "Tecken=UTF8/FORMD\r\n"));
     EXPECT_NE(written.find("\r\n[FTP]\r\nServer=\r\nAnv\xE4ndare=\r\n"), std::string::npos);
     EXPECT_EQ(settings_->Setting(SettingKey::Libraries), u"Tes Åbo");
-    EXPECT_EQ(settings_->Setting(SettingKey::Subjects), u"B:sao ; A:sao,lcsh");
     EXPECT_EQ(engine.State().Options.Subjects, u"B:sao ; A:sao,lcsh");
     EXPECT_EQ(settings_->Setting(SettingKey::Holdtype), u"none");
     EXPECT_EQ(engine.State().Options.Charset, Characters::Utf8Decomposed);
