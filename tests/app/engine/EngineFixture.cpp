@@ -1,5 +1,6 @@
 #include "tests/app/engine/EngineFixture.h"
 
+#include "app/engine/Outbox.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex::test {
@@ -20,6 +21,11 @@ ExportEngine& EngineFixture::StartUp(EngineSeams seams) {
                           [this](const std::vector<OutboxEntry>& entries) { waiting_ = entries; }});
     engine_->Start();
     return *engine_;
+}
+
+void EngineFixture::PollAfter(long long seconds) {
+    now_ = DateTimeOf(SecondsOf(now_) + seconds);
+    engine_->Poll();
 }
 
 std::string EngineFixture::ReadLog(bool errors) const {

@@ -22,6 +22,8 @@ class EngineFixture : public ::testing::Test, protected ExportSandbox {
     // now_ and the messages go to messages_ unless the seams bring their own.
     ExportEngine& StartUp(EngineSeams seams = {});
     std::string ReadLog(bool errors) const;  // today's error or export log
+    // Moves the engine's clock on by that many seconds (across midnight too) and polls.
+    void PollAfter(long long seconds);
 
     DateTime now_{2024, 5, 7, 10, 0, 0};
     std::unique_ptr<ExportEngine> engine_;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "app/engine/Outbox.h"
 #include "config/CfgClass.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
@@ -74,40 +73,35 @@ TEST_F(ExportEngineTest, AWorkfileBecomesADeliveredFileInReplyOrder) {
 
 TEST_F(ExportEngineTest, AWorkfileStillBeingWrittenWaitsUntilCompleteOrFiveSecondsStill) {
     now_ = {2024, 5, 7, 23, 59, 58};  // the wait runs over midnight
-    ExportEngine& engine = StartUp();
+    StartUp();
     const std::string record = test::HoldingsRecord(bibId_);
-    const auto tick = [&](int seconds) {
-        now_ = DateTimeOf(SecondsOf(now_) + seconds);
-        engine.Poll();
-    };
 
     // Written in two halves with a pause: the first half is left alone, the whole taken at once.
     WriteBytes(workfile_, record.substr(0, record.size() / 2));
-    tick(0);
-    tick(4);
+    PollAfter(0);
+    PollAfter(4);
     EXPECT_TRUE(std::filesystem::exists(workfile_)) << "the size changed less than 5 s ago";
     EXPECT_EQ(ExportRequests().size(), 0U);
     WriteBytes(workfile_, record);
-    tick(1);
+    PollAfter(1);
     EXPECT_FALSE(std::filesystem::exists(workfile_));
     EXPECT_EQ(ExportRequests().size(), 1U);
 
     // An incomplete record that stops growing is taken as it is after 5 s.
     WriteBytes(workfile_, record.substr(0, record.size() - 1));
-    tick(0);
-    tick(4);
+    PollAfter(0);
+    PollAfter(4);
     EXPECT_TRUE(std::filesystem::exists(workfile_));
-    tick(1);
+    PollAfter(1);
     EXPECT_FALSE(std::filesystem::exists(workfile_));
 }
 
 TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch) {
     ExportEngine& engine = StartUp();
     // An incomplete workfile is taken once its size has stood still for 5 s.
-    const auto poll = [&] {
-        engine.Poll();
-        ++now_.Minute;
-        engine.Poll();
+    const auto poll = [this] {
+        PollAfter(0);
+        PollAfter(60);
     };
     // The working record now holds a holdings record linked to the sample: none of the files
     // below may bring that link back.

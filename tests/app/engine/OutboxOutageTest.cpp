@@ -5,20 +5,13 @@
 
 #include <algorithm>
 
-#include "app/engine/OutboxRunner.h"
 #include "config/Utf.h"
 #include "tests/app/engine/EngineFixture.h"
 
 namespace tesselex {
 namespace {
 
-class OutboxOutageTest : public test::EngineFixture {
-  protected:
-    void Tick() {
-        now_ = DateTimeOf(SecondsOf(now_) + 1);
-        engine_->Poll();
-    }
-};
+class OutboxOutageTest : public test::EngineFixture {};
 
 TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     std::vector<std::string> ids;
@@ -44,17 +37,17 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     for (const std::string& id : ids) {
         saving = id;
         test::PlaceFile(workfile_, test::HoldingsRecord(id));
-        Tick();
+        PollAfter(1);
     }
     EXPECT_TRUE(queuedFirst);
     ASSERT_EQ(waiting_.size(), 100U);
     for (int second = 0; second < 400; ++second) {
-        Tick();
+        PollAfter(1);
     }
     server_.Start(port);
     int second = 0;
     for (; second < 400 && !waiting_.empty(); ++second) {
-        Tick();
+        PollAfter(1);
     }
     EXPECT_LE(second, 300) << "all delivered at the first try after the server is back";
 
