@@ -14,17 +14,12 @@ namespace {
 
 using ::testing::HasSubstr;
 
+using tesselex::test::CliResult;
 using tesselex::test::ReadBytes;
 using tesselex::test::TempDir;
 using tesselex::test::WriteBytes;
 
 const std::string Sample = TESSELEX_CLI_DATA "/pymarc_test.dat";
-
-struct CliRun {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
 
 class MarcCommandTest : public ::testing::Test {
   protected:
@@ -34,11 +29,13 @@ class MarcCommandTest : public ::testing::Test {
 #endif
     }
     // Runs tesselex-cli with the arguments (already quoted where needed) and an optional
-    // standard input file.
-    CliRun Cli(const std::string& args, const std::string& input = "/dev/null") {
-        const tesselex::test::CliResult run = tesselex::test::RunCliScript(
-            "\"$CLI\" " + args + " <'" + input + "' 2>'" + Path("err") + "'");
-        return {run.Status, run.Out, ReadBytes(dir / "err")};
+    // standard input file; its standard error is Err().
+    CliResult Cli(const std::string& args, const std::string& input = "/dev/null") {
+        return tesselex::test::RunCliScript("\"$CLI\" " + args + " <'" + input + "' 2>'" +
+                                            Path("err") + "'");
+    }
+    std::string Err() const {
+        return ReadBytes(dir / "err");
     }
     std::string Path(const char* name) {
         return (dir / name).string();
@@ -65,49 +62,49 @@ std::string ManyFields() {
 }
 
 TEST_F(MarcCommandTest, DumpWritesLeaderAndOneLinePerFieldOrTheDisplay) {
-    CliRun run = Cli("marc dump '" + Sample + "'");
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out.rfind("LDR 00755cam  22002414a 4500\n001 fol05731351 \n", 0), 0u);
-    EXPECT_THAT(run.out, HasSubstr("\n008 000107s2000    nyua          001 0 eng  \n"));
-    EXPECT_THAT(run.out, HasSubstr("\n100 1  $aMartinsson, Tobias,$d1976-\n"));
-    EXPECT_THAT(run.out, HasSubstr("\n650  0 $aPerl (Computer program language)\n"));
-    EXPECT_EQ(Count(run.out, "\n\nLDR "), 9u) << "ten records, separated by blank lines";
+    CliResult run = Cli("marc dump '" + Sample + "'");
+    ASSERT_EQ(run.Status, 0) << Err();
+    EXPECT_EQ(run.Out.rfind("LDR 00755cam  22002414a 4500\n001 fol05731351 \n", 0), 0u);
+    EXPECT_THAT(run.Out, HasSubstr("\n008 000107s2000    nyua          001 0 eng  \n"));
+    EXPECT_THAT(run.Out, HasSubstr("\n100 1  $aMartinsson, Tobias,$d1976-\n"));
+    EXPECT_THAT(run.Out, HasSubstr("\n650  0 $aPerl (Computer program language)\n"));
+    EXPECT_EQ(Count(run.Out, "\n\nLDR "), 9u) << "ten records, separated by blank lines";
 
     const std::string config = TESSELEX_DISPLAY_DATA "/Display.cfg";
     run = Cli("marc dump '" + Sample + "' --display '" + config + "'");
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.out, HasSubstr("Titel\tActivePerl with ASP and ADO / Tobias Martinsson.\n"));
-    EXPECT_EQ(Count(run.out, "\nTitel\t"), 10u) << "every record of the sample has a title row";
+    ASSERT_EQ(run.Status, 0) << Err();
+    EXPECT_THAT(run.Out, HasSubstr("Titel\tActivePerl with ASP and ADO / Tobias Martinsson.\n"));
+    EXPECT_EQ(Count(run.Out, "\nTitel\t"), 10u) << "every record of the sample has a title row";
     run = Cli("marc dump '" + Sample + "' --display '" + config + "' --html");
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out.rfind("<TABLE Border=0 cellpadding=2>", 0), 0u);
-    EXPECT_THAT(run.out, HasSubstr("<a href=\"search?author=Martinsson%2C+Tobias%2C\">"));
+    ASSERT_EQ(run.Status, 0) << Err();
+    EXPECT_EQ(run.Out.rfind("<TABLE Border=0 cellpadding=2>", 0), 0u);
+    EXPECT_THAT(run.Out, HasSubstr("<a href=\"search?author=Martinsson%2C+Tobias%2C\">"));
 }
 
 TEST_F(MarcCommandTest, ConvertRoundTripsAndReadsStandardStreams) {
-    CliRun run = Cli("marc convert '" + Sample + "' '" + Path("copy.mrc") + "'");
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.err,
+    CliResult run = Cli("marc convert '" + Sample + "' '" + Path("copy.mrc") + "'");
+    ASSERT_EQ(run.Status, 0) << Err();
+    EXPECT_EQ(Err(),
               "tesselex-cli marc convert: 10 records read, 10 written, 0 dropped, 0 with "
               "refused fields\n");
     const std::string copy = ReadBytes(Path("copy.mrc"));
-    EXPECT_EQ(Cli("marc check '" + Path("copy.mrc") + "'").out, "10 good, 0 bad\n");
+    EXPECT_EQ(Cli("marc check '" + Path("copy.mrc") + "'").Out, "10 good, 0 bad\n");
     // Export writes what the model holds: converting the copy again changes nothing.
     run = Cli("marc convert - -", Path("copy.mrc"));
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out, copy);
+    ASSERT_EQ(run.Status, 0) << Err();
+    EXPECT_EQ(run.Out, copy);
 
     // UTF-8 out: leader position 10 says so, and every record still passes the check.
     run = Cli("marc convert '" + Sample + "' '" + Path("utf8.mrc") +
               "' --encoding 3 --normalization 1");
-    ASSERT_EQ(run.status, 0) << run.err;
+    ASSERT_EQ(run.Status, 0) << Err();
     EXPECT_EQ(ReadBytes(Path("utf8.mrc"))[9], 'a');
-    EXPECT_EQ(Cli("marc check '" + Path("utf8.mrc") + "'").status, 0);
+    EXPECT_EQ(Cli("marc check '" + Path("utf8.mrc") + "'").Status, 0);
 
     // A piece too short for a leader (a line end after the last record) is dropped.
     WriteBytes(Path("trailing.mrc"), ReadBytes(Sample) + "\r\n");
     run = Cli("marc convert '" + Path("trailing.mrc") + "' -");
-    EXPECT_THAT(run.err, HasSubstr("11 records read, 10 written, 1 dropped"));
+    EXPECT_THAT(Err(), HasSubstr("11 records read, 10 written, 1 dropped"));
 }
 
 // Fields the record refuses are reported on stderr and counted, never lost without a word.
@@ -115,9 +112,9 @@ TEST_F(MarcCommandTest, RecordsWithRefusedFieldsAreReported) {
     const std::string first = ReadBytes(Sample).substr(0, 755);
     const std::string many = ManyFields();
     WriteBytes(Path("many.mrc"), first + many);
-    CliRun run = Cli("marc convert '" + Path("many.mrc") + "' '" + Path("out.mrc") + "'");
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.err,
+    CliResult run = Cli("marc convert '" + Path("many.mrc") + "' '" + Path("out.mrc") + "'");
+    ASSERT_EQ(run.Status, 0) << Err();
+    EXPECT_EQ(Err(),
               "tesselex-cli marc convert: record 2 at byte 755: 100 field(s) refused "
               "(over 1500 fields, over 128 subfields, or a subfield code outside the "
               "code page)\n"
@@ -127,10 +124,10 @@ TEST_F(MarcCommandTest, RecordsWithRefusedFieldsAreReported) {
     EXPECT_TRUE(ReadBytes(Path("out.mrc")).ends_with(many));
 
     run = Cli("marc dump '" + Path("many.mrc") + "'");
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(Count(run.out, "\n500    $ax\n"), 1600u);
-    EXPECT_THAT(run.err, HasSubstr("dump: record 2 at byte 755: 100 field(s) refused"));
-    EXPECT_THAT(run.err, HasSubstr("dump: 2 records, 1 with refused fields\n"));
+    ASSERT_EQ(run.Status, 0) << Err();
+    EXPECT_EQ(Count(run.Out, "\n500    $ax\n"), 1600u);
+    EXPECT_THAT(Err(), HasSubstr("dump: record 2 at byte 755: 100 field(s) refused"));
+    EXPECT_THAT(Err(), HasSubstr("dump: 2 records, 1 with refused fields\n"));
 }
 
 TEST_F(MarcCommandTest, CheckReportsBadRecordsWithPositionAndFirstBytes) {
@@ -138,9 +135,9 @@ TEST_F(MarcCommandTest, CheckReportsBadRecordsWithPositionAndFirstBytes) {
     std::string broken = ReadBytes(Sample);
     broken[4] = '4';  // first record states 00754 instead of 00755
     WriteBytes(Path("broken.mrc"), broken + "junk");
-    const CliRun run = Cli("marc check '" + Path("broken.mrc") + "'");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out,
+    const CliResult run = Cli("marc check '" + Path("broken.mrc") + "'");
+    EXPECT_EQ(run.Status, 1);
+    EXPECT_EQ(run.Out,
               "bad record 1 at byte 0, length 755: 00754cam  22002414a 4500\n"
               "bad record 11 at byte " +
                   std::to_string(broken.size()) + ", length 4: junk\n9 good, 2 bad\n");
@@ -164,15 +161,15 @@ TEST_F(MarcCommandTest, ErrorsGiveOneLineAndStatus2) {
     };
     for (const auto& [args, message] : cases) {
         SCOPED_TRACE(args);
-        const CliRun run = Cli(args);
-        EXPECT_EQ(run.status, 2);
-        EXPECT_THAT(run.err, HasSubstr(message));
-        EXPECT_EQ(Count(run.err, "\n"), 1u) << run.err;
+        const CliResult run = Cli(args);
+        EXPECT_EQ(run.Status, 2);
+        EXPECT_THAT(Err(), HasSubstr(message));
+        EXPECT_EQ(Count(Err(), "\n"), 1u) << Err();
     }
-    const CliRun help = Cli("marc --help");
-    EXPECT_EQ(help.status, 0);
+    const CliResult help = Cli("marc --help");
+    EXPECT_EQ(help.Status, 0);
     for (const char* text : {"marc dump FILE", "marc convert IN OUT", "marc check FILE"}) {
-        EXPECT_THAT(help.out, HasSubstr(text));
+        EXPECT_THAT(help.Out, HasSubstr(text));
     }
 }
 
