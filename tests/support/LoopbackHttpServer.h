@@ -4,8 +4,7 @@
 // ones (Get(path, Handler)) may be added or replaced at any time, also while requests are
 // served; a path without a reply answers 404 with an empty body. Bodies are bytes, sent
 // unchanged. Requests() lists every request seen, in order, with path, query and headers.
-// Served by cpp-httplib, or on Windows by a small Winsock server of its own (Debian's
-// cpp-httplib is built for the host only): one request per connection there.
+// Served by cpp-httplib on every platform (LoopbackHttpServerListener.cpp).
 
 #include <atomic>
 #include <chrono>

@@ -1,4 +1,4 @@
-// The loopback HTTP server on cpp-httplib.
+// The loopback HTTP server on cpp-httplib, on every platform.
 
 #include <httplib.h>
 
@@ -17,6 +17,8 @@ struct LoopbackHttpServer::Listener {
 
 LoopbackHttpServer::LoopbackHttpServer() : listener_(std::make_unique<Listener>()) {
     httplib::Server& server = listener_->server;
+    // Stop waits for a client's idle kept-alive connection this long (under Wine in full).
+    server.set_keep_alive_timeout(1);
     // One catch-all route registered before serving starts; the test's own replies live in a
     // guarded map so they can change while the server thread runs.
     server.Get(".*", [this](const httplib::Request& in, httplib::Response& out) {
