@@ -129,7 +129,6 @@ TEST_F(ExportEngineTest, AWorkfileWithoutAUsableBibIdIsDeletedAndTriggersNoFetch
 }
 
 TEST_F(ExportEngineTest, AWorkfileThatCannotBeDeletedIsExportedOnceUntilItChanges) {
-    settings_->StoreSetting(SettingKey::LogErrors, u"Yes");
     EngineSeams seams;
     seams.RemoveFile = [](const std::filesystem::path&, std::error_code& ec) {
         ec = std::make_error_code(std::errc::permission_denied);
@@ -139,10 +138,7 @@ TEST_F(ExportEngineTest, AWorkfileThatCannotBeDeletedIsExportedOnceUntilItChange
     const std::u16string notRemoved = u"Arbetsfilen " + PathToText(workfile_) +
                                       u" kunde inte tas bort: Permission denied. Den exporteras "
                                       u"inte igen förrän den ändras.";
-    const std::string changed = test::BuildRecord({{"004", bibId_},
-                                                   {"852",
-                                                    "  \x1F"
-                                                    "bOther"}});
+    const std::string changed = test::BuildRecord({{"004", bibId_}});  // its 852 gone
     for (const std::string& contents : {test::HoldingsRecord(bibId_), changed}) {
         test::PlaceFile(workfile_, contents);
         for (int poll = 0; poll < 3; ++poll) {
@@ -155,7 +151,6 @@ TEST_F(ExportEngineTest, AWorkfileThatCannotBeDeletedIsExportedOnceUntilItChange
     EXPECT_EQ(lines_[0].Message, notRemoved);
     EXPECT_TRUE(lines_[0].IsError);
     EXPECT_EQ(lines_[2].Message, notRemoved);
-    EXPECT_NE(ReadLog(true).find(": " + TextToAnsi(notRemoved) + "\r\n"), std::string::npos);
     EXPECT_FALSE(engine.State().Busy);
 }
 
