@@ -29,19 +29,15 @@ class OutboxRunnerTest : public ::testing::Test {
         request += bibId;
         ASSERT_TRUE(runner.Add(bibId, DateTimeOf(now_), request).Ok());
     }
-    // Tries what is due; each bib id fails with its fault in `faults` (none: delivered).
-    void RunDue(OutboxRunner& runner) {
-        runner.RunDue(
-            [this](const OutboxEntry& entry, bool late, const AttemptHooks&) -> Done {
-                tries_.push_back(entry.BibId + (late ? u" late" : u""));
-                const auto fault = faults_.find(entry.BibId);
-                if (fault == faults_.end()) {
-                    return {};
-                }
-                return fault->second;
-            },
-            {});
+    // A try noted in tries_; each bib id fails with its fault in faults_ (none: delivered).
+    Attempt Trying() {
+        return [this](const OutboxEntry& entry, bool late, const AttemptHooks&) -> Done {
+            tries_.push_back(entry.BibId + (late ? u" late" : u""));
+            const auto fault = faults_.find(entry.BibId);
+            return fault == faults_.end() ? Done() : Done(fault->second);
+        };
     }
+    void RunDue(OutboxRunner& runner) { runner.RunDue(Trying(), {}); }
     std::vector<std::u16string> Ids(const OutboxRunner& runner) const {
         std::vector<std::u16string> ids;
         for (const OutboxEntry& entry : runner.Entries()) {
@@ -118,14 +114,10 @@ TEST_F(OutboxRunnerTest, AFailureNoRetryCuresStandsAsideUntilTheCataloguerActs) 
 
     // Retried by hand it goes at once; a cure clears the mark, a transient fault backs off.
     faults_[u"404"] = kDown;
-    const auto attempt = [this](const OutboxEntry& entry, bool, const AttemptHooks&) -> Done {
-        tries_.push_back(entry.BibId);
-        return faults_.count(entry.BibId) != 0 ? Done(faults_[entry.BibId]) : Done();
-    };
-    EXPECT_EQ(runner.RunNow(u"404", attempt, {}).Kind(), FaultKind::NoConnection);
+    EXPECT_EQ(runner.RunNow(u"404", Trying(), {}).Kind(), FaultKind::NoConnection);
     EXPECT_FALSE(runner.Find(u"404")->Failed);
     EXPECT_EQ(runner.Find(u"404")->NextTry, now_ + 15);
-    EXPECT_EQ(runner.RunNow(u"none", attempt, {}).Kind(), FaultKind::BadData);
+    EXPECT_EQ(runner.RunNow(u"none", Trying(), {}).Kind(), FaultKind::BadData);
     ASSERT_TRUE(runner.Drop(u"404").Ok());
     EXPECT_TRUE(runner.Entries().empty());
 
