@@ -43,8 +43,4 @@ class GuiFixture : public ::testing::Test, protected ExportSandbox {
     std::unique_ptr<gui::frmMain> window_;
 };
 
-// The sandbox's holdings record and atomic placing, under older names some window tests use.
-inline constexpr auto& HoldingsFor = HoldingsRecord;
-inline constexpr auto& PlaceFileAtomically = PlaceFile;
-
 }  // namespace tesselex::test
