@@ -17,12 +17,15 @@ namespace tesselex::test {
 #ifdef _WIN32
 namespace {
 
-const QString kClientWorkfile = QStringLiteral("Preferences/HoldWorkFile");
-
-// The cataloguing client's settings where the program reads them.
+// The cataloguing client's workfile value where the program reads it; an invalid value removes it.
 QSettings ClientSettings() {
     return QSettings(QString::fromStdU16String(NativeSettingsKey(u"VoyagerCat", true)),
                      QSettings::NativeFormat);
+}
+const QString kClientWorkfile = QStringLiteral("Preferences/HoldWorkFile");
+void SetClientWorkfile(const QVariant& value) {
+    value.isValid() ? ClientSettings().setValue(kClientWorkfile, value)
+                    : ClientSettings().remove(kClientWorkfile);
 }
 
 }  // namespace
@@ -100,22 +103,15 @@ ExportSandbox::ExportSandbox()
 ExportSandbox::~ExportSandbox() {
     server_.Stop();
 #ifdef _WIN32
-    if (clientBefore_.isValid()) {
-        ClientSettings().setValue(kClientWorkfile, clientBefore_);
-    } else {
-        ClientSettings().remove(kClientWorkfile);
-    }
+    SetClientWorkfile(clientBefore_);
 #endif
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsPath_);
 }
 
 void ExportSandbox::NameClientWorkfile(const std::filesystem::path& workfile) {
 #ifdef _WIN32
-    if (workfile.empty()) {
-        ClientSettings().remove(kClientWorkfile);
-    } else {
-        ClientSettings().setValue(kClientWorkfile, QString::fromStdWString(workfile.native()));
-    }
+    SetClientWorkfile(workfile.empty() ? QVariant()
+                                       : QVariant(QString::fromStdWString(workfile.native())));
 #else
     if (workfile.empty()) {
         std::filesystem::remove(home_ / "cat.ini");
