@@ -1,6 +1,6 @@
-// The tray icon: the platform's activations raise the shell's events in order, and the pop-up
-// menu's items are added, enabled, removed, marked default and clicked by index. None of this
-// needs a visible icon, so it runs where no notification area exists.
+// The tray icon: the shell's mouse messages and the platform's activations raise its events in
+// order, and the pop-up menu's items are added, enabled, removed, marked default and clicked by
+// index. None of this needs a visible icon, so it runs where no notification area exists.
 
 #include <gtest/gtest.h>
 
@@ -48,27 +48,40 @@ class frmSysTrayTest : public ::testing::Test {
     std::vector<std::string> events_;
 };
 
-TEST_F(frmSysTrayTest, PlatformActivationsRaiseTheShellsEvents) {
+TEST_F(frmSysTrayTest, ShellMessagesAndPlatformActivationsRaiseTheShellsEvents) {
+    struct Message {
+        int message;
+        std::vector<std::string> events;
+    };
+    const Message messages[] = {
+        {511, {}},           {512, {"move"}},   {513, {}},  // left press: nothing
+        {514, {"down 1"}},                                  // left release reports a mouse down
+        {515, {"double 1"}}, {516, {"down 2"}}, {517, {"up 2"}}, {518, {"double 2"}}, {519, {}},
+    };
+    for (const Message& c : messages) {
+        events_.clear();
+        tray_.HandleShellMessage(c.message);
+        EXPECT_EQ(events_, c.events) << c.message;
+    }
+
     auto* icon = tray_.findChild<QSystemTrayIcon*>();
     ASSERT_NE(icon, nullptr);
-    struct Case {
+    struct Activation {
         QSystemTrayIcon::ActivationReason reason;
         std::vector<std::string> events;
     };
-    const Case cases[] = {
+    const Activation activations[] = {
         {QSystemTrayIcon::Trigger, {"down 1"}},
         {QSystemTrayIcon::DoubleClick, {"double 1"}},
         {QSystemTrayIcon::Context, {"down 2", "up 2"}},
         {QSystemTrayIcon::MiddleClick, {}},
+        {QSystemTrayIcon::Unknown, {}},
     };
-    for (const Case& c : cases) {
+    for (const Activation& c : activations) {
         events_.clear();
         emit icon->activated(c.reason);
         EXPECT_EQ(events_, c.events) << c.reason;
     }
-    events_.clear();
-    tray_.HandleShellMessage(512);
-    EXPECT_EQ(events_, std::vector<std::string>{"move"});
 }
 
 TEST_F(frmSysTrayTest, MenuItemsClickEnableAndRemoveByTheirIndex) {

@@ -15,14 +15,11 @@
 namespace tesselex {
 namespace {
 
-class frmURLTest : public ::testing::Test {
-  protected:
-    static QLineEdit& TxtURL(frmURL& dialog) {
-        return *dialog.findChild<QLineEdit*>(QStringLiteral("TxtURL"));
-    }
-};
+QLineEdit& TxtURL(frmURL& dialog) {
+    return *dialog.findChild<QLineEdit*>(QStringLiteral("TxtURL"));
+}
 
-TEST_F(frmURLTest, LineBreaksAreRemovedHoweverTheAddressArrives) {
+TEST(frmURLTest, LineBreaksAreRemovedHoweverTheAddressArrives) {
     const QString broken = QStringLiteral("http://tessel.example/\r\nexport\n?x=1\r");
     struct Case {
         const char* how;
@@ -50,7 +47,7 @@ TEST_F(frmURLTest, LineBreaksAreRemovedHoweverTheAddressArrives) {
     }
 }
 
-TEST_F(frmURLTest, TypingInTheMiddleKeepsTheCursorAfterTheNewText) {
+TEST(frmURLTest, TypingInTheMiddleKeepsTheCursorAfterTheNewText) {
     frmURL dialog(QStringLiteral("http://a/"));
     TxtURL(dialog).setCursorPosition(7);
     QApplication::clipboard()->setText(QStringLiteral("b\r\nc"));
@@ -59,7 +56,7 @@ TEST_F(frmURLTest, TypingInTheMiddleKeepsTheCursorAfterTheNewText) {
     EXPECT_EQ(TxtURL(dialog).text().toStdString(), "http://bcda/");
 }
 
-TEST_F(frmURLTest, EnterIsSwallowedAndOkHandsBackTheEditedAddress) {
+TEST(frmURLTest, EnterIsSwallowedAndOkHandsBackTheEditedAddress) {
     frmURL dialog(QStringLiteral("http://old/"));
     const int result = test::ExecWhile(dialog, [&dialog] {
         TxtURL(dialog).selectAll();
