@@ -1,10 +1,10 @@
 // The HTTP fetch routines and the configuration text's load of an address, against a real
 // server on 127.0.0.1.
 
-#include <optional>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <random>
 #include <string>
 
@@ -150,38 +150,35 @@ TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
     }
 }
 
-TEST_F(UrlFetch, FetchToTempMakesLineEndsCrLf) {
-    const std::pair<std::string, std::string> cases[] = {
+TEST_F(UrlFetch, FetchToTempStoresTheReplyWithCrLfOrLeavesNoFile) {
+    const std::pair<std::string, std::string> stored[] = {
         {"a=1\nb=2\n", "a=1\r\nb=2\r\n"},
         {"a=1\rb=2", "a=1\r\nb=2"},
         {"a=1\r\nb=2\nc\r", "a=1\r\nb=2\nc\r"},
         {std::string("x\x81\x9D\xFF\x00y", 6), std::string("x\x81\x9D\xFF\x00y", 6)},
     };
-    for (const auto& [reply, stored] : cases) {
+    for (const auto& [reply, bytes] : stored) {
         server_.Get("/cfg", {200, reply});
         const Outcome<std::filesystem::path> file = FetchToTemp(server_.UrlText("/cfg"));
         ASSERT_TRUE(file);
-        const std::filesystem::path& path = file.Value();
-        EXPECT_EQ(path.parent_path(), tmp_.Path());
-        EXPECT_EQ(path.filename().string().rfind("XX", 0), 0u) << path;
-        EXPECT_EQ(ReadBytes(path), stored);
+        EXPECT_EQ(file.Value().parent_path(), tmp_.Path());
+        EXPECT_EQ(file.Value().filename().string().rfind("XX", 0), 0u) << file.Value();
+        EXPECT_EQ(ReadBytes(file.Value()), bytes);
+        std::filesystem::remove(file.Value());
     }
-}
 
-TEST_F(UrlFetch, ErrorPagesEmptyRepliesAndNoRoomGiveNoFile) {
     server_.Get("/upper", {200, "<HTML><BODY>Server error</BODY></HTML>", "text/html"});
     server_.Get("/mixed", {404, "x=1\r\n<Html>", "text/html"});
     server_.Get("/empty", {200, ""});
-    server_.Get("/ok", {200, "a=1"});
     const test::ScopedEnv noTemp(test::kTempFolderVariable, (tmp_ / "missing").string());
-    const std::pair<std::u16string, FaultKind> cases[] = {
+    const std::pair<std::u16string, FaultKind> failures[] = {
         {server_.UrlText("/upper"), FaultKind::BadData},
         {server_.UrlText("/mixed"), FaultKind::HttpStatus},
         {server_.UrlText("/empty"), FaultKind::EmptyReply},
         {ClosedAddress(), FaultKind::NoConnection},
-        {server_.UrlText("/ok"), FaultKind::FileSystem},  // no temporary folder
+        {server_.UrlText("/cfg"), FaultKind::FileSystem},  // no temporary folder
     };
-    for (const auto& [address, kind] : cases) {
+    for (const auto& [address, kind] : failures) {
         const Outcome<std::filesystem::path> file = FetchToTemp(address);
         EXPECT_EQ(file ? std::nullopt : std::optional(file.Kind()), kind) << TextToUtf8(address);
     }
