@@ -14,11 +14,6 @@ namespace {
 
 using namespace std::string_literals;
 
-// The 8-bit string of some bytes.
-std::u16string Bytes(std::string_view bytes) {
-    return AnsiToText(bytes);
-}
-
 const std::u16string kLoneHigh(1, u'\xD800');
 
 TEST(FoldTest, ExpandsLetterLigatures) {
@@ -56,7 +51,7 @@ TEST_F(ConversionTest, Utf8StringNormalisesAndReplacesTheCallersText) {
     };
     for (auto c : cases) {
         SCOPED_TRACE(c.utf8);
-        EXPECT_EQ(cc_.UTF8String(c.text, c.normalization), Bytes(c.utf8));
+        EXPECT_EQ(cc_.UTF8String(c.text, c.normalization), AnsiToText(c.utf8));
         EXPECT_EQ(c.text, c.after);
     }
 }
@@ -65,7 +60,7 @@ TEST_F(ConversionTest, Ucs2StringDecodesAndReplacesMalformedInput) {
     std::u16string text = u"ASCII \u00C5\u00FF \u0141\u20AC\u4E2D\uFFFD \U0001F600\U00010348";
     EXPECT_EQ(cc_.UCS2String(cc_.UTF8String(text, 99)), text);
     EXPECT_EQ(cc_.UCS2String(u""), u"");
-    EXPECT_EQ(cc_.UCS2String(Bytes("\303\251 a\303 \377b \342\202c \355\240\200 \300\257")),
+    EXPECT_EQ(cc_.UCS2String(AnsiToText("\303\251 a\303 \377b \342\202c \355\240\200 \300\257")),
               u"\u00E9 a\uFFFD \uFFFDb \uFFFDc \uFFFD \uFFFD\uFFFD");
 }
 
@@ -102,7 +97,7 @@ TEST_F(ConversionTest, CleanStringNarrowsToTheCodePage) {
     for (int b = 1; b < 0x100; ++b) {
         all += static_cast<char>(b);
     }
-    EXPECT_EQ(cc_.CleanString(Bytes(all)), Bytes(all));
+    EXPECT_EQ(cc_.CleanString(AnsiToText(all)), AnsiToText(all));
 }
 
 TEST_F(ConversionTest, VrlinStringWritesCodesAndMarksInFront) {
@@ -110,8 +105,8 @@ TEST_F(ConversionTest, VrlinStringWritesCodesAndMarksInFront) {
     // A leading mark has no letter and is written where it stands.
     EXPECT_EQ(
         cc_.VRLINString(u"\u0301a \u00C5\u00E4\u0141\u00D8\u00E6 \u00E9 q\u0301x \u1E69 \u01FF"),
-        Bytes("\342a \203\207\241\242\265 \342e \342qx \362\347s \342\262"));
-    EXPECT_EQ(cc_.VRLINString(u"\u20AC\u4E2D\U0001F600\u2074\u2082"), Bytes("???\304\322"));
+        AnsiToText("\342a \203\207\241\242\265 \342e \342qx \362\347s \342\262"));
+    EXPECT_EQ(cc_.VRLINString(u"\u20AC\u4E2D\U0001F600\u2074\u2082"), AnsiToText("???\304\322"));
 }
 
 TEST(VrlinTableTest, FilledAsDefined) {

@@ -19,9 +19,7 @@ TEST(MarcObjectSubfieldText, ValueTrimsBlanksAndShowsCharacter20AsBackslash) {
     EXPECT_EQ(sub.Value(), u"");
     sub.SetValue(u"\tTab\t");
     EXPECT_EQ(sub.Value(), u"\tTab\t");
-    sub.SetValue(
-        u"C:\x14"
-        u"dir");
+    sub.SetValue(u"C:\u0014dir");
     EXPECT_EQ(sub.Value(), u"C:\\dir");
     EXPECT_EQ(sub.LeftString(3), u"C:\x14");
     sub.SetValue(u"a\\b");  // setting does not convert back

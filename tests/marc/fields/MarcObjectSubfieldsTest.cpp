@@ -11,16 +11,8 @@
 namespace tesselex {
 namespace {
 
+using test::Listing;
 using test::Text;
-
-// The codes and values in order, as "a=x b=y".
-std::u16string Listing(const MarcObjectSubfields& subs) {
-    std::u16string out;
-    for (const auto& sub : subs) {
-        out += (out.empty() ? u"" : u" ") + std::u16string(1, sub->Fieldname) + u"=" + sub->Value();
-    }
-    return out;
-}
 
 class MarcObjectSubfieldsTest : public ::testing::Test {
   protected:

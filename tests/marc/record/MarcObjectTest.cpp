@@ -5,9 +5,9 @@
 
 #include <cstdlib>
 
-#include "tests/support/IsoRecord.h"
 #include "config/Strings.h"
 #include "marc/MarcObjectFields.h"
+#include "tests/support/IsoRecord.h"
 #include "tests/support/ScopedEnv.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
@@ -116,9 +116,7 @@ TEST_F(MarcObjectTest, FieldKindIsDecidedByTagAndContent) {
     record.Import(Iso({{u"007", u"cr"},
                        {u"009", u"plain"},
                        {u"009", u"  " + SF + u"asub"},
-                       {u"005", u"  " + SF +
-                                    u"aq\x13"
-                                    u"bold delimiter"},
+                       {u"005", u"  " + SF + u"aq\u0013bold delimiter"},
                        {u"001", u"ab"},
                        {u"500", u" " + SF},
                        {u"020", u""}}));

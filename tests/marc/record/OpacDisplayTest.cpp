@@ -5,11 +5,11 @@
 
 #include <string>
 
-#include "tests/support/IsoRecord.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 #include "marc/MarcObject.h"
 #include "marc/MarcObjectFields.h"
+#include "tests/support/IsoRecord.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestData.h"
 
@@ -96,11 +96,7 @@ TEST_F(OpacDisplayTest, SeparatorsEnclosuresWholeFieldAndCharacter28) {
     Configure("[020]\nFields=acz\nac=XX\nqc= {\ncz=, \nEncl c= <> \n");
     EXPECT_EQ(Shown(), u"|91-1 {<pris>}, bad\n");
 
-    Add(500, u"  ",
-        SF +
-            u"aNote\x1C"
-            u"text" +
-            SF + u"5SE");
+    Add(500, u"  ", SF + u"aNote\u001Ctext" + SF + u"5SE");
     Configure("[500]\nCaption=Note\nFields=*\n");
     EXPECT_EQ(Shown(), u"Note|Notetext SE\n");
     Configure("[500]\nCaption=Note\nFields=\n");
