@@ -26,7 +26,6 @@ using Names = std::vector<std::u16string>;
 // Catches what the configuration text would show in a message box.
 class CfgClassTest : public ::testing::Test {
   protected:
-
     // Every item as "full key=value", in item order.
     static Names Items(const CfgClass& cfg) {
         Names items;
@@ -246,17 +245,11 @@ TEST_F(CfgClassTest, BadInputIsReadWithoutHarm) {
 
     const std::u16string big(1 << 20, u'x');
     const std::u16string crs(10000, u'\r');
-    std::u16string many;
-    for (int i = 0; i < 5000; ++i) {
-        many += u"[Section" + FormatNumber(i, 1) + u"]\r\nkey=" + FormatNumber(i, 1) + u"\r\n";
-    }
     CfgClass other;
-    other.LoadFromString(u"[L]\r\nkey=" + big + u"\r\n" + big + crs + u"a=1" + crs + many);
+    other.LoadFromString(u"[L]\r\nkey=" + big + u"\r\n" + big + crs + u"a=1" + crs);
     EXPECT_EQ(other.Item(u"L\\key")->Value.size(), big.size());
     EXPECT_EQ(other.Item(u"L\\a")->Value, u"1");
-    EXPECT_EQ(other.SectionCount(), 5001);
-    EXPECT_EQ(other.Itemcount(), 5002);
-    EXPECT_EQ(other.Item(u"section4999\\KEY")->Value, u"4999");
+    EXPECT_EQ(other.Itemcount(), 2);
 }
 
 }  // namespace
