@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QAbstractItemView>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -25,11 +24,6 @@ void Click(QWidget& parent, const QString& buttonName) {
     auto* button = parent.findChild<QPushButton*>(buttonName);
     ASSERT_NE(button, nullptr) << buttonName.toStdString();
     QTest::mouseClick(button, Qt::LeftButton);
-}
-
-QWidget* EditCurrentCell(QAbstractItemView& view) {
-    QTest::keyClick(&view, Qt::Key_F2);
-    return view.indexWidget(view.currentIndex());
 }
 
 }  // namespace tesselex::test

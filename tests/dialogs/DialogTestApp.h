@@ -1,12 +1,11 @@
 #pragma once
-// Running a modal dialog while a test works it, and working its grids and buttons. The test
+// Running a modal dialog while a test works it, and clicking its buttons. The test
 // program's main (tests/support/gui/QApplicationMain.cpp) creates the application object.
 
 #include <QDialog>
 #include <QString>
 #include <functional>
 
-class QAbstractItemView;
 class QWidget;
 
 namespace tesselex::test {
@@ -17,8 +16,5 @@ int ExecWhile(QDialog& dialog, const std::function<void()>& whileOpen);
 
 // Clicks the named child button of a widget.
 void Click(QWidget& parent, const QString& buttonName);
-
-// Starts editing the view's current cell with F2, as a user would, and returns the editor.
-QWidget* EditCurrentCell(QAbstractItemView& view);
 
 }  // namespace tesselex::test

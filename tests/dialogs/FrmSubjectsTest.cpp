@@ -6,7 +6,9 @@
 #include <QLineEdit>
 #include <QTableWidget>
 #include <QTest>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dialogs/FrmSubjects.h"
@@ -74,6 +76,7 @@ TEST_F(FrmSubjectsTest, AddInsertsBelowTheCurrentRowAndEditsItsSigel) {
         test::Click(dialog_, QStringLiteral("Action2"));
     });
     EXPECT_EQ(result, QDialog::Accepted);
+    EXPECT_TRUE(dialog_.IsOk());
     EXPECT_EQ(dialog_.StringValue().toStdString(), "T:084 ; X: ; S:600");
 }
 
@@ -94,25 +97,16 @@ TEST_F(FrmSubjectsTest, RemoveTakesTheCurrentRowOnlyWhenThereIsOneAndAddThenAppe
     EXPECT_EQ(Grid().currentRow(), 1);
 }
 
-TEST_F(FrmSubjectsTest, OnlyOkMarksTheResult) {
-    struct Case {
-        const char* how;
-        std::function<void(FrmSubjects&)> close;
-        int result;
-        bool ok;
+TEST_F(FrmSubjectsTest, AvbrytAndEscapeRejectAndClearAnEarlierOk) {
+    const std::pair<const char*, std::function<void()>> closes[] = {
+        {"Avbryt", [this] { test::Click(dialog_, QStringLiteral("Action3")); }},
+        {"Escape", [this] { QTest::keyClick(&dialog_, Qt::Key_Escape); }},
     };
-    const Case cases[] = {
-        {"Ok", [](FrmSubjects& d) { test::Click(d, QStringLiteral("Action2")); }, QDialog::Accepted,
-         true},
-        {"Avbryt", [](FrmSubjects& d) { test::Click(d, QStringLiteral("Action3")); },
-         QDialog::Rejected, false},
-        {"Escape", [](FrmSubjects& d) { QTest::keyClick(&d, Qt::Key_Escape); }, QDialog::Rejected,
-         false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.how);
-        EXPECT_EQ(test::ExecWhile(dialog_, [&] { c.close(dialog_); }), c.result);
-        EXPECT_EQ(dialog_.IsOk(), c.ok);
+    for (const auto& [how, close] : closes) {
+        SCOPED_TRACE(how);
+        dialog_.accept();
+        EXPECT_EQ(test::ExecWhile(dialog_, close), QDialog::Rejected);
+        EXPECT_FALSE(dialog_.IsOk());
     }
 }
 

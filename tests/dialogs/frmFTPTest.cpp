@@ -39,9 +39,11 @@ class frmFTPTest : public ::testing::Test {
 
     QTableWidget& Grid() { return *dialog_.findChild<QTableWidget*>(QStringLiteral("Grid")); }
 
+    // Starts editing the row's value with F2, as a user would, and returns the editor.
     QWidget* EditRow(int row) {
         Grid().setCurrentCell(row, 1);
-        return test::EditCurrentCell(Grid());
+        QTest::keyClick(&Grid(), Qt::Key_F2);
+        return Grid().indexWidget(Grid().currentIndex());
     }
 
     frmFTP dialog_;

@@ -60,7 +60,8 @@ TEST(frmOutboxTest, RetryHandsBackTheChosenBibIdsOrAll) {
     Grid(dialog).selectRow(1);
     QTest::mouseClick(&Button(dialog, "CmdRetry"), Qt::LeftButton);
     ASSERT_EQ(retried.count(), 2);
-    EXPECT_EQ(retried[0][0].toStringList(), (QStringList{QStringLiteral("101"), QStringLiteral("202")}));
+    EXPECT_EQ(retried[0][0].toStringList(),
+              (QStringList{QStringLiteral("101"), QStringLiteral("202")}));
     EXPECT_EQ(retried[1][0].toStringList(), QStringList{QStringLiteral("202")});
 }
 
