@@ -17,6 +17,7 @@ namespace {
 struct Piece {
     std::string bytes;
     std::uint64_t offset;
+    bool operator==(const Piece&) const = default;
 };
 
 std::vector<Piece> ReadAll(RecordReader& reader) {
@@ -46,26 +47,18 @@ TEST(RecordReaderTest, SplitsAtTheTerminatorWhateverTheBlockSize) {
     const std::vector<Piece> expected = {
         {"00010abcd\x1D", 0}, {"00012abcdef\x1D", 10}, {"\x1D", 22}, {"tail", 23}};
     for (const std::size_t block : {std::size_t{1}, std::size_t{3}, std::size_t{1} << 20}) {
-        SCOPED_TRACE(block);
-        const auto pieces = ReadString(Input, block, 1000);
-        ASSERT_EQ(pieces.size(), expected.size());
-        for (std::size_t i = 0; i < pieces.size(); ++i) {
-            EXPECT_EQ(pieces[i].bytes, expected[i].bytes);
-            EXPECT_EQ(pieces[i].offset, expected[i].offset);
-        }
+        EXPECT_EQ(ReadString(Input, block, 1000), expected) << "block of " << block;
     }
     EXPECT_TRUE(ReadString("", 16, 16).empty());
 }
 
 TEST(RecordReaderTest, RunWithoutTerminatorIsHandedOutInBoundedPieces) {
-    const auto pieces = ReadString(std::string(100, 'x') + "\x1D", 8, 30);
-    ASSERT_EQ(pieces.size(), 4u);
-    EXPECT_EQ(pieces[0].bytes.size(), 30u);
-    EXPECT_EQ(pieces[2].offset, 60u);
-    EXPECT_EQ(pieces[3].bytes, std::string(10, 'x') + "\x1D");
+    const std::string run(30, 'x');
+    EXPECT_EQ(ReadString(std::string(100, 'x') + "\x1D", 8, 30),
+              (std::vector<Piece>{{run, 0}, {run, 30}, {run, 60}, {run.substr(20) + "\x1D", 90}}));
 }
 
-TEST(RecordReaderTest, ReadsFilesAndReportsMissingOnes) {
+TEST(RecordReaderTest, ReadsFilesAndReportsMissingOnesAndReadErrors) {
     test::TempDir dir;
     test::WriteBytes(dir / "two.mrc", Input);
     RecordReader reader(dir / "two.mrc", 5);
@@ -76,16 +69,15 @@ TEST(RecordReaderTest, ReadsFilesAndReportsMissingOnes) {
 
     EXPECT_FALSE(RecordReader(dir / "missing.mrc").IsOpen());
     EXPECT_FALSE(RecordReader(dir.Path()).IsOpen()) << "a folder is not a record file";
-}
 
-TEST(RecordReaderTest, ReadErrorIsToldFromTheEnd) {
+    // A read error is told from the end of the records.
     struct BrokenBuffer : std::streambuf {
         int_type underflow() override { throw std::runtime_error("device gone"); }
-    } broken;
-    std::istream in(&broken);
-    RecordReader reader(in);
-    EXPECT_TRUE(ReadAll(reader).empty());
-    EXPECT_TRUE(reader.Failed());
+    } device;
+    std::istream in(&device);
+    RecordReader broken(in);
+    EXPECT_TRUE(ReadAll(broken).empty());
+    EXPECT_TRUE(broken.Failed());
 }
 
 TEST(RecordReaderTest, LengthCheckComparesTheStatedWithTheRealLength) {
