@@ -16,58 +16,31 @@
 namespace tesselex::test {
 namespace {
 
-// Wine's own kernel32 exports, absent on Windows proper: Unix and Windows file names converted,
-// the result allocated on the process heap.
-using ToUnixName = char* (*)(const wchar_t*);
-using ToWindowsName = wchar_t* (*)(const char*);
-
-template <typename Function>
-Function WineExport(const char* name) {
-    const auto address = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name);
+// A file name converted by one of Wine's own kernel32 exports (absent on Windows proper) between
+// its Unix and Windows forms; the export allocates the result on the process heap.
+template <typename To, typename From>
+std::basic_string<To> WineName(const char* convert, const std::basic_string<From>& name) {
+    using Convert = To* (*)(const From*);
+    const auto address = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), convert);
     if (address == nullptr) {
         throw std::runtime_error("loopback FTP server: needs Wine to run the system's Python");
     }
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(address));
-}
-
-std::string UnixName(const std::filesystem::path& path) {
-    char* name = WineExport<ToUnixName>("wine_get_unix_file_name")(path.c_str());
-    if (name == nullptr) {
-        throw std::runtime_error("loopback FTP server: no Unix name for " + path.string());
+    To* converted = reinterpret_cast<Convert>(reinterpret_cast<void*>(address))(name.c_str());
+    if (converted == nullptr) {
+        throw std::runtime_error(std::string("loopback FTP server: ") + convert + " failed");
     }
-    std::string unixName(name);
-    HeapFree(GetProcessHeap(), 0, name);
-    return unixName;
+    std::basic_string<To> result(converted);
+    HeapFree(GetProcessHeap(), 0, converted);
+    return result;
 }
 
-std::wstring WindowsName(const std::string& unixName) {
-    wchar_t* name = WineExport<ToWindowsName>("wine_get_dos_file_name")(unixName.c_str());
-    if (name == nullptr) {
-        throw std::runtime_error("loopback FTP server: no Windows name for " + unixName);
-    }
-    std::wstring windows(name);
-    HeapFree(GetProcessHeap(), 0, name);
-    return windows;
-}
-
-// One argument of a command line, as the Windows rules split it again (backslashes count only
-// before a quote).
+// One argument of a command line in quotes. The arguments here (Unix paths, the test's user and
+// password) hold no quote, so the Windows rules for splitting it again need no escapes.
 std::wstring Quoted(std::string_view argument) {
-    std::wstring out = L"\"";
-    std::size_t backslashes = 0;
-    for (const char ch : argument) {
-        if (ch == '\\') {
-            ++backslashes;
-        } else {
-            if (ch == '"') {
-                out.append(backslashes + 1, L'\\');  // the backslashes doubled, the quote escaped
-            }
-            backslashes = 0;
-        }
-        out += static_cast<wchar_t>(static_cast<unsigned char>(ch));
+    if (argument.find('"') != std::string_view::npos) {
+        throw std::runtime_error("loopback FTP server: a quote in an argument");
     }
-    out.append(backslashes, L'\\');  // doubled before the closing quote
-    return out + L"\"";
+    return L"\"" + std::wstring(argument.begin(), argument.end()) + L"\"";
 }
 
 // A connected pair of loopback sockets; false when none can be made.
@@ -141,7 +114,8 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
     try {
         std::wstring commandLine = Quoted(python);
         for (const std::string& argument :
-             {std::string(TESSELEX_FTP_SERVER_SCRIPT), user_, password_, UnixName(Root())}) {
+             {std::string(TESSELEX_FTP_SERVER_SCRIPT), user_, password_,
+              WineName<char>("wine_get_unix_file_name", Root().native())}) {
             commandLine += L" " + Quoted(argument);
         }
         STARTUPINFOW startup{};
@@ -151,8 +125,9 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
         startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
         SetHandleInformation(startup.hStdInput, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
         PROCESS_INFORMATION started{};
-        const bool ok = CreateProcessW(WindowsName(python).c_str(), commandLine.data(), nullptr,
-                                       nullptr, TRUE, 0, nullptr, nullptr, &startup, &started);
+        const bool ok = CreateProcessW(WineName<wchar_t>("wine_get_dos_file_name", python).c_str(),
+                                       commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                       nullptr, &startup, &started);
         closesocket(pair[1]);
         pair[1] = INVALID_SOCKET;
         if (ok) {

@@ -3,8 +3,8 @@
 // a background thread and stops in its destructor. Fixed replies (Get(path, Reply)) or computed
 // ones (Get(path, Handler)) may be added or replaced at any time, also while requests are
 // served; a path without a reply answers 404 with an empty body. Bodies are bytes, sent
-// unchanged. Requests() lists every request seen, in order, with path, query and headers.
-// Served by cpp-httplib on every platform (LoopbackHttpServerListener.cpp).
+// unchanged. Requests() lists every request seen, in order, with path, query parameters and
+// headers. Served by cpp-httplib on every platform (LoopbackHttpServerListener.cpp).
 
 #include <atomic>
 #include <chrono>
@@ -32,9 +32,7 @@ class LoopbackHttpServer {
 
     // One request as the server received it.
     struct Request {
-        std::string Method;
-        std::string Path;    // decoded path, without the query
-        std::string Target;  // the request target as sent: raw path and query
+        std::string Path;                                 // decoded path, without the query
         std::multimap<std::string, std::string> Params;   // decoded query parameters
         std::multimap<std::string, std::string> Headers;  // names as sent
         // The first parameter or header of that name ("" when absent; header names compare

@@ -23,9 +23,7 @@ LoopbackHttpServer::LoopbackHttpServer() : listener_(std::make_unique<Listener>(
     // guarded map so they can change while the server thread runs.
     server.Get(".*", [this](const httplib::Request& in, httplib::Response& out) {
         Request request;
-        request.Method = in.method;
         request.Path = in.path;
-        request.Target = in.target;
         request.Params.insert(in.params.begin(), in.params.end());
         request.Headers.insert(in.headers.begin(), in.headers.end());
         const Reply reply = Answer(request);

@@ -32,4 +32,12 @@ void WriteBytes(const std::filesystem::path& path, const std::string& bytes) {
     }
 }
 
+std::size_t Occurrences(const std::string& text, const std::string& what) {
+    std::size_t count = 0;
+    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
 }  // namespace tesselex::test

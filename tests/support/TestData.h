@@ -13,6 +13,8 @@ std::filesystem::path SharedTestData();
 // The file's bytes.
 std::string ReadBytes(const std::filesystem::path& path);
 void WriteBytes(const std::filesystem::path& path, const std::string& bytes);
+// How often `what` occurs in the text, overlapping occurrences too.
+std::size_t Occurrences(const std::string& text, const std::string& what);
 
 }  // namespace tesselex::test
 

@@ -15,6 +15,7 @@ namespace {
 using ::testing::HasSubstr;
 
 using tesselex::test::CliResult;
+using tesselex::test::Occurrences;
 using tesselex::test::ReadBytes;
 using tesselex::test::TempDir;
 using tesselex::test::WriteBytes;
@@ -44,15 +45,6 @@ class MarcCommandTest : public ::testing::Test {
     TempDir dir;
 };
 
-// Occurrences of the text.
-std::size_t Count(const std::string& text, const std::string& what) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
-        ++count;
-    }
-    return count;
-}
-
 // A record of 1,600 fields 500, more than a record indexes.
 std::string ManyFields() {
     using tesselex::test::SF;
@@ -68,13 +60,14 @@ TEST_F(MarcCommandTest, DumpWritesLeaderAndOneLinePerFieldOrTheDisplay) {
     EXPECT_THAT(run.Out, HasSubstr("\n008 000107s2000    nyua          001 0 eng  \n"));
     EXPECT_THAT(run.Out, HasSubstr("\n100 1  $aMartinsson, Tobias,$d1976-\n"));
     EXPECT_THAT(run.Out, HasSubstr("\n650  0 $aPerl (Computer program language)\n"));
-    EXPECT_EQ(Count(run.Out, "\n\nLDR "), 9u) << "ten records, separated by blank lines";
+    EXPECT_EQ(Occurrences(run.Out, "\n\nLDR "), 9u) << "ten records, separated by blank lines";
 
     const std::string config = TESSELEX_DISPLAY_DATA "/Display.cfg";
     run = Cli("marc dump '" + Sample + "' --display '" + config + "'");
     ASSERT_EQ(run.Status, 0) << Err();
     EXPECT_THAT(run.Out, HasSubstr("Titel\tActivePerl with ASP and ADO / Tobias Martinsson.\n"));
-    EXPECT_EQ(Count(run.Out, "\nTitel\t"), 10u) << "every record of the sample has a title row";
+    EXPECT_EQ(Occurrences(run.Out, "\nTitel\t"), 10u)
+        << "every record of the sample has a title row";
     run = Cli("marc dump '" + Sample + "' --display '" + config + "' --html");
     ASSERT_EQ(run.Status, 0) << Err();
     EXPECT_EQ(run.Out.rfind("<TABLE Border=0 cellpadding=2>", 0), 0u);
@@ -125,7 +118,7 @@ TEST_F(MarcCommandTest, RecordsWithRefusedFieldsAreReported) {
 
     run = Cli("marc dump '" + Path("many.mrc") + "'");
     ASSERT_EQ(run.Status, 0) << Err();
-    EXPECT_EQ(Count(run.Out, "\n500    $ax\n"), 1600u);
+    EXPECT_EQ(Occurrences(run.Out, "\n500    $ax\n"), 1600u);
     EXPECT_THAT(Err(), HasSubstr("dump: record 2 at byte 755: 100 field(s) refused"));
     EXPECT_THAT(Err(), HasSubstr("dump: 2 records, 1 with refused fields\n"));
 }
@@ -164,7 +157,7 @@ TEST_F(MarcCommandTest, ErrorsGiveOneLineAndStatus2) {
         const CliResult run = Cli(args);
         EXPECT_EQ(run.Status, 2);
         EXPECT_THAT(Err(), HasSubstr(message));
-        EXPECT_EQ(Count(Err(), "\n"), 1u) << Err();
+        EXPECT_EQ(Occurrences(Err(), "\n"), 1u) << Err();
     }
     const CliResult help = Cli("marc --help");
     EXPECT_EQ(help.Status, 0);

@@ -24,13 +24,7 @@ using test::WriteBytes;
 class ExportEngineTest : public test::EngineFixture {
   protected:
     std::size_t BadRecordLines() const {
-        const std::string log = ReadLog(true);
-        const std::string line = ": " + TextToAnsi(BadRecordMessage()) + "\r\n";
-        std::size_t count = 0;
-        for (auto at = log.find(line); at != std::string::npos; at = log.find(line, at + 1)) {
-            ++count;
-        }
-        return count;
+        return test::Occurrences(ReadLog(true), ": " + TextToAnsi(BadRecordMessage()) + "\r\n");
     }
 };
 
