@@ -19,8 +19,8 @@ namespace {
 
 using namespace std::string_literals;
 
-std::u16string Mapped(const CharacterClass& map, std::u16string text) {
-    map.Map(text);
+std::u16string Mapped(const CharacterClass& map, std::u16string text, bool simple = false) {
+    simple ? map.SimpleMap(text) : map.Map(text);
     return text;
 }
 
@@ -87,18 +87,14 @@ TEST(MapTest, SimpleListsUseLineNumbersAsSlots) {
     CharacterClass simple = Loaded(u"# comment\r\n41=42", true);
     EXPECT_EQ(simple.CharacterCount(), 2);
     EXPECT_TRUE(simple.Entries()[0].From.empty());
-    std::u16string text = u"AA";
-    simple.SimpleMap(text);
-    EXPECT_EQ(text, u"BB");
+    EXPECT_EQ(Mapped(simple, u"AA", true), u"BB");
 
     // Directives do not count as lines; each replacement sees the result of the last; marks
     // are skipped.
     simple = Loaded(u"41=42\r\n$REVERSEMAPPING\r\n\r\n43=41\r\n44=45 /D", true);
     EXPECT_EQ(simple.CharacterCount(), 4);
     EXPECT_EQ(simple.Entries()[2].From, u"A");
-    text = u"ABCD";
-    simple.SimpleMap(text);
-    EXPECT_EQ(text, u"BBCD");
+    EXPECT_EQ(Mapped(simple, u"ABCD", true), u"BBCD");
 }
 
 TEST(MapLoadTest, LoadsFilesAndAddresses) {

@@ -15,8 +15,6 @@ TEST(MapLineTest, SplitsDirectivesCommentsMarksAndSides) {
     const MapLine directive = ParseMapLine(u"  $ reverseDiacritics  ");
     EXPECT_EQ(directive.kind, MapLine::Kind::Directive);
     EXPECT_EQ(directive.directive, u"REVERSEDIACRITICS");
-    EXPECT_EQ(ParseMapLine(u"# 41=42").kind, MapLine::Kind::NoEntry);
-    EXPECT_EQ(ParseMapLine(u"4142").kind, MapLine::Kind::NoEntry);
 
     const MapLine entry = ParseMapLine(u"A5=&H00C6 #  AE ligature # second ");
     EXPECT_EQ(entry.kind, MapLine::Kind::Entry);
