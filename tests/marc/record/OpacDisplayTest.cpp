@@ -45,18 +45,15 @@ class OpacDisplayTest : public ::testing::Test {
     MarcObject record;
 };
 
-TEST_F(OpacDisplayTest, NoOrEmptyConfigurationGivesNothing) {
-    Add(245, u"10", SF + u"aTitle");
+TEST_F(OpacDisplayTest, NoEmptyOrMisnamedConfigurationGivesNothing) {
+    Add(20, u"  ", SF + u"a91-0-123");
     EXPECT_FALSE(record.OPACDisplay().has_value());
     Configure("");
     EXPECT_FALSE(record.OPACDisplay().has_value());
     EXPECT_EQ(record.OPACDisplayHTML(), u"");
     record.OPACConfigFile(FromAscii((dir / "missing.cfg").string()));
     EXPECT_FALSE(record.OPACDisplay().has_value());
-}
-
-TEST_F(OpacDisplayTest, SectionNameIsReadAsANumberButKeysUnderThreeDigits) {
-    Add(20, u"  ", SF + u"a91-0-123");
+    // A section name is read as a number, but its keys are looked up under three digits.
     Configure("[20]\nCaption=ISBN\nFields=a\n");
     EXPECT_EQ(Shown(), u"") << "keys of section 20 are not found as 020";
     Configure("[020]\nCaption=ISBN\nFields=a\n");
@@ -185,15 +182,7 @@ TEST_F(OpacDisplayTest, StripCharsKeepsCodePageLettersDigitsAndTheGivenCharacter
     EXPECT_EQ(StripChars(u"", u" "), u"");
 }
 
-TEST_F(OpacDisplayTest, PubDateNeedsAnOver16CharacterFixedField) {
-    EXPECT_EQ(record.PubDate(), u"");
-    record.MarcFields()->Add(8, u"", u"", u"000107s2000    nyu", true, false);
-    EXPECT_EQ(record.PubDate(), u"2000    ");
-    record.Import(test::Iso({{u"008", u"000107q19992000x"}}));
-    EXPECT_EQ(record.PubDate(), u"") << "16 characters";
-}
-
-TEST_F(OpacDisplayTest, MainEntryAndBriefDisplay) {
+TEST_F(OpacDisplayTest, MainEntryBriefDisplayAndPublicationDate) {
     EXPECT_EQ(record.MainEntry(), u"");
     Add(245, u"10", SF + u"aRed room :" + SF + u"bscenes /" + SF + u"cby A.S.");
     EXPECT_EQ(record.MainEntry(), u"Red room : scenes / by A.S.") << "245 without a 1XX";
@@ -204,6 +193,13 @@ TEST_F(OpacDisplayTest, MainEntryAndBriefDisplay) {
     test::WriteBytes(dir / "brief.cfg", "[245]\r\nFields=a\r\n[100]\r\nFields=a\r\n");
     record.OPACConfigFileBrief(FromAscii((dir / "brief.cfg").string()));
     EXPECT_EQ(record.ShortDisplay(), u"Red room :. Strindberg, August,");
+
+    // The publication date needs a fixed field of over 16 characters.
+    EXPECT_EQ(record.PubDate(), u"");
+    record.MarcFields()->Add(8, u"", u"", u"000107s2000    nyu", true, false);
+    EXPECT_EQ(record.PubDate(), u"2000    ");
+    record.Import(test::Iso({{u"008", u"000107q19992000x"}}));
+    EXPECT_EQ(record.PubDate(), u"") << "16 characters";
 }
 
 }  // namespace
