@@ -7,7 +7,6 @@
 
 #include <winsock2.h>
 
-#include <cstdlib>
 #include <stdexcept>
 #include <string_view>
 

@@ -1,6 +1,5 @@
 #include "tests/app/gui/GuiFixture.h"
 
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTableWidget>
 #include <QTest>

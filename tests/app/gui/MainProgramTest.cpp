@@ -13,7 +13,6 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
-#include <functional>
 #include <thread>
 #ifdef _WIN32
 #include <windows.h>
