@@ -18,8 +18,6 @@ constexpr int kRightButton = 2;
 struct TrayEvent {
     TrayEventKind kind;
     int button;  // 0 for a mouse move
-
-    bool operator==(const TrayEvent&) const = default;
 };
 
 // The event for a shell message, or none. The left button reports its release (514) as a mouse
