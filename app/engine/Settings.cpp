@@ -1,6 +1,5 @@
 #include "app/engine/Settings.h"
 
-#include <QLockFile>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -8,6 +7,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "app/engine/FileLock.h"
+#include "app/engine/WatchLock.h"
 #include "app/engine/QtText.h"
 #include "app/engine/SettingsFile.h"
 #include "config/Strings.h"
@@ -93,11 +94,14 @@ bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) 
         return store_->status() == QSettings::NoError;
     }
     // The file is written whole by WriteSettingsFile; store_ only reads it and so never writes
-    // it itself. The lock is the one QSettings takes, so no other program writes meanwhile.
+    // it itself (and so never takes QSettings' own lock). This lock keeps another program from
+    // writing meanwhile; held by the system, it dies with a killed writer (QSettings' lock file
+    // left empty by a kill kept every writer out for half a minute).
     std::error_code ec;
     std::filesystem::create_directories(file_.parent_path(), ec);
-    QLockFile lock(ToQString(file_) + QStringLiteral(".lock"));
-    if (!lock.tryLock(10000)) {
+    const Outcome<FileLock> lock =
+        FileLock::Take(RuntimeLockPath("settings", file_), std::chrono::seconds(10));
+    if (!lock) {
         return false;
     }
     store_->sync();  // what another program stored meanwhile
