@@ -9,16 +9,13 @@
 #include "config/Utf.h"
 
 namespace tesselex {
-namespace {
 
-Fault WindowsFault(DWORD error) {
+Fault WindowsFault(unsigned long error) {
     const bool noSpace = error == ERROR_DISK_FULL || error == ERROR_HANDLE_DISK_FULL;
     return Fault{noSpace ? FaultKind::NoSpace : FaultKind::FileSystem,
                  Utf8ToText(std::system_category().message(static_cast<int>(error))),
                  static_cast<int>(error)};
 }
-
-}  // namespace
 
 Done SyncFile(const std::filesystem::path& file) {
     HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,

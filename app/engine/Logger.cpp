@@ -1,6 +1,6 @@
 #include "app/engine/Logger.h"
 
-#include "app/engine/WholeWrite.h"
+#include "app/engine/DurableFile.h"
 #include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -32,14 +32,18 @@ std::filesystem::path Logger::ErrorLogPath(const DateTime& at) const {
     return LogFolder() / TextToPath(u"Error" + FormatLogDate(at) + u".TXT");
 }
 
+std::u16string StatusNumber(const StatusLine& line) {
+    return FormatNumber(line.Number, 3) + u".";
+}
+
+std::u16string FormatStatusLine(const StatusLine& line) {
+    return StatusNumber(line) + u" \t" + FormatTime(line.At) + u"\t" + line.Text;
+}
+
 void Logger::ShowStatus(std::u16string_view message, bool isError) {
     ++statusCounter_;
-    StatusLine line;
-    line.Number = statusCounter_;
-    line.Message = std::u16string(message);
-    line.Line =
-        FormatNumber(statusCounter_, 3) + u". \t" + FormatTime(clock_()) + u"\t" + line.Message;
-    line.IsError = isError;
+    const StatusLine line{statusCounter_, clock_(), isError ? Severity::Error : Severity::Info,
+                          std::u16string(message)};
     if (sink_) {
         sink_(line);
     }

@@ -13,12 +13,20 @@
 
 namespace tesselex {
 
+enum class Severity { Info, Error };
+
 struct StatusLine {
-    int Number = 0;
-    std::u16string Line;     // "001. \tHH:MM:SS\tmessage"
-    std::u16string Message;  // the message alone (the tray tip)
-    bool IsError = false;    // the window shows the error image and beeps
+    int Number = 0;        // counted from 1 since start-up
+    DateTime At;           // when it was shown
+    Severity Level = Severity::Info;  // an error: the window shows the error image and beeps
+    std::u16string Text;   // the message (also the tray tip)
+    bool IsError() const { return Level == Severity::Error; }
 };
+
+// "001. \tHH:MM:SS\ttext": the status list's columns as one line, as the CLI prints it.
+std::u16string FormatStatusLine(const StatusLine& line);
+// "001.": the status list's first column.
+std::u16string StatusNumber(const StatusLine& line);
 
 using StatusSink = std::function<void(const StatusLine&)>;
 using Clock = std::function<DateTime()>;

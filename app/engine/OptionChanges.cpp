@@ -7,7 +7,7 @@
 
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
-#include "app/engine/WholeWrite.h"
+#include "app/engine/DurableFile.h"
 #include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"

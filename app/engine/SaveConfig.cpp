@@ -1,7 +1,7 @@
 // The old-style settings file, still written for installations that read it.
 
 #include "app/engine/ExportEngine.h"
-#include "app/engine/WholeWrite.h"
+#include "app/engine/DurableFile.h"
 #include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"

@@ -66,7 +66,7 @@ bool MainProgram::Start() {
     connect(controller_.get(), &EngineController::waitingChanged, this,
             [this](const std::vector<OutboxEntry>& entries) { OnWaiting(entries.size()); });
     connect(controller_.get(), &EngineController::statusLine, this,
-            [this](const StatusLine& line) { OnStatus(Q(line.Message), line.IsError); });
+            [this](const StatusLine& line) { OnStatus(Q(line.Text), line.IsError()); });
     connect(controller_.get(), &EngineController::stopped, this, [this] {
         window_->AllowClose();
         window_->close();

@@ -310,12 +310,12 @@ void frmMain::UpdateFetchButton() {
 }
 
 void frmMain::AddStatusLine(const StatusLine& line) {
-    const QStringList cells = Q(line.Line).split(QLatin1Char('\t'));
+    const QStringList cells = {Q(StatusNumber(line)), Q(FormatTime(line.At)), Q(line.Text)};
     const int row = status_->rowCount();
     status_->insertRow(row);
-    for (int column = 0; column < 3 && column < cells.size(); ++column) {
-        auto* item = new QTableWidgetItem(cells[column].trimmed());
-        if (line.IsError) {
+    for (int column = 0; column < 3; ++column) {
+        auto* item = new QTableWidgetItem(cells[column]);
+        if (line.IsError()) {
             item->setForeground(QColor(0xB0, 0x00, 0x20));
         }
         status_->setItem(row, column, item);
@@ -324,8 +324,8 @@ void frmMain::AddStatusLine(const StatusLine& line) {
         status_->removeRow(0);
     }
     status_->scrollToBottom();
-    if (line.IsError) {
-        imgErr_->setToolTip(Q(line.Message));
+    if (line.IsError()) {
+        imgErr_->setToolTip(Q(line.Text));
         imgErr_->setVisible(true);
         QApplication::beep();
     }

@@ -64,8 +64,8 @@ TEST_F(DeliveryTest, WithoutClearExportsFollowEachOtherUnchangedAndWithClearTheL
 
     ASSERT_EQ(lines_.size(), 3U);
     const std::u16string saved = u"Post #3 sparad till " + Destination("anna_240507.mrc") + u".";
-    EXPECT_EQ(lines_[2].Message, saved);
-    EXPECT_FALSE(lines_[2].IsError);
+    EXPECT_EQ(lines_[2].Text, saved);
+    EXPECT_FALSE(lines_[2].IsError());
     const std::string log = test::ReadBytes(log_.ExportLogPath(at_));
     EXPECT_TRUE(log.ends_with(": " + TextToAnsi(saved) + "\r\n"));
 }
@@ -81,10 +81,10 @@ TEST_F(DeliveryTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
     ASSERT_FALSE(failed.Ok());
     EXPECT_EQ(failed.Kind(), FaultKind::FileSystem);
     ASSERT_EQ(lines_.size(), 2U);
-    EXPECT_EQ(lines_[1].Message, u"Post #1 kunde inte sparas till " +
+    EXPECT_EQ(lines_[1].Text, u"Post #1 kunde inte sparas till " +
                                      Destination("no/such/folder/out.mrc") +
                                      u": No such file or directory.");
-    EXPECT_TRUE(lines_[1].IsError);
+    EXPECT_TRUE(lines_[1].IsError());
 
     // A file-size limit of 1 KiB (disk full, quota) cuts each write short, in a child process.
     // The error log is near the limit too: its line is dropped whole, never torn.
@@ -99,9 +99,9 @@ TEST_F(DeliveryTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
             const auto saved =
                 delivery_.SaveExport(std::u16string(2000, u'b'), PathToText(file), clear, u"7");
             // The dropped log line is told too.
-            return !saved.Ok() && lines_.size() == 2 && lines_[0].IsError &&
-                   lines_[0].Message.find(u"File too large") != std::u16string::npos &&
-                   lines_[1].Message.starts_with(u"Loggfilen ");
+            return !saved.Ok() && lines_.size() == 2 && lines_[0].IsError() &&
+                   lines_[0].Text.find(u"File too large") != std::u16string::npos &&
+                   lines_[1].Text.starts_with(u"Loggfilen ");
         })) << "the save failed and said why";
         EXPECT_EQ(test::ReadBytes(file), std::string(1000, 'a'));
         EXPECT_EQ(test::ReadBytes(log_.ErrorLogPath(at_)), log);
@@ -134,18 +134,18 @@ TEST_F(DeliveryFtpTest, UploadsTheFileJustSavedUnderTheRemoteNameAndReportsFailu
         delivery_.SendExport(Destination("out_%HHMMSS%.mrc"), Ftp(u"/missing/dir", u"x.mrc"), u"42")
             .Ok());
     ASSERT_EQ(lines_.size(), 3U);
-    EXPECT_EQ(lines_[1].Message, u"Skickat post #42 till " + ftp_.ServerText());
-    EXPECT_FALSE(lines_[1].IsError);
+    EXPECT_EQ(lines_[1].Text, u"Skickat post #42 till " + ftp_.ServerText());
+    EXPECT_FALSE(lines_[1].IsError());
     // The described text, then the transfer's reason with the server's reply code (under Wine
     // the Internet functions give only their own error number, so there just a reason).
     const std::u16string prefix = u"Kunde inte skicka MARC-post 42 till " + ftp_.ServerText() + u": ";
-    const std::u16string& failed = lines_[2].Message;
+    const std::u16string& failed = lines_[2].Text;
     EXPECT_TRUE(failed.starts_with(prefix) && failed.size() > prefix.size() + 1)
         << TextToUtf8(failed);
 #ifndef _WIN32
     EXPECT_TRUE(failed.ends_with(u"550.")) << TextToUtf8(failed);
 #endif
-    EXPECT_TRUE(lines_[2].IsError);
+    EXPECT_TRUE(lines_[2].IsError());
     EXPECT_NE(test::ReadBytes(log_.ErrorLogPath(at_)).find(": Kunde inte skicka MARC-post 42"),
               std::string::npos);
 }

@@ -32,15 +32,15 @@ TEST_F(LoggerTest, StatusLinesAreNumberedPastThreeDigitsWithTheTime) {
     log_.ShowStatus(u"Post #1 sparad till x.", false);
     log_.ShowStatus(u"Kunde inte ansluta med FTP till h", true);
     ASSERT_EQ(lines_.size(), 2U);
-    EXPECT_EQ(lines_[0].Line, u"001. \t09:03:04\tPost #1 sparad till x.");
-    EXPECT_FALSE(lines_[0].IsError);
-    EXPECT_EQ(lines_[1].Message, u"Kunde inte ansluta med FTP till h");
-    EXPECT_TRUE(lines_[1].IsError);
+    EXPECT_EQ(FormatStatusLine(lines_[0]), u"001. \t09:03:04\tPost #1 sparad till x.");
+    EXPECT_FALSE(lines_[0].IsError());
+    EXPECT_EQ(lines_[1].Text, u"Kunde inte ansluta med FTP till h");
+    EXPECT_TRUE(lines_[1].IsError());
     while (lines_.size() < 1000) {
         log_.ShowStatus(u"x", false);
     }
-    EXPECT_TRUE(lines_[998].Line.starts_with(u"999. "));
-    EXPECT_TRUE(lines_[999].Line.starts_with(u"1000. "));
+    EXPECT_TRUE(FormatStatusLine(lines_[998]).starts_with(u"999. "));
+    EXPECT_TRUE(FormatStatusLine(lines_[999]).starts_with(u"1000. "));
 }
 
 TEST_F(LoggerTest, EachLineGoesToTheLogItsSwitchesChoose) {
@@ -84,8 +84,8 @@ TEST_F(LoggerTest, AFailingLogWriteIsShownOnceUntilAWriteSucceedsAgain) {
     const std::u16string failed = u"Loggfilen " + PathToText(log_.ErrorLogPath(at_)) +
                                   u" kunde inte skrivas: No such file or directory.";
     ASSERT_EQ(lines_.size(), 6U);
-    EXPECT_EQ(lines_[1].Message + lines_[5].Message, failed + failed);
-    EXPECT_TRUE(lines_[5].IsError);
+    EXPECT_EQ(lines_[1].Text + lines_[5].Text, failed + failed);
+    EXPECT_TRUE(lines_[5].IsError());
 }
 
 }  // namespace
