@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "app/engine/ExportEngine.h"
-#include "app/engine/WatchLock.h"
 
 namespace tesselex::cli {
 
@@ -37,9 +36,5 @@ class StatusPrinter {
   private:
     int errors_ = 0;
 };
-
-// Takes the watch lock on the started engine's workfile. False, after saying so on stderr, when
-// another program holds it; a lock that cannot be made is an error status line and true.
-bool GuardWorkfile(ExportEngine& engine, std::optional<Outcome<WatchLock>>& lock);
 
 }  // namespace tesselex::cli

@@ -10,7 +10,6 @@
 #include "app/cli/Commands.h"
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
-#include "app/engine/WatchLock.h"
 #include "config/MessageSink.h"
 #include "config/StopRequest.h"
 #include "config/Utf.h"
@@ -39,8 +38,10 @@ int Watch(const std::vector<std::string>& args) {
     InstallStopHandler();
     engine.Start();
     const std::u16string& workfileText = engine.State().Workfile;
-    std::optional<Outcome<WatchLock>> lock;
-    if (!GuardWorkfile(engine, lock)) {
+    if (const Done watching = engine.Watch(); !watching && watching.Kind() == FaultKind::Held) {
+        std::cerr << "tesselex-cli: another TESSELEX program already watches '"
+                  << TextToUtf8(workfileText) << "' (process " << watching.Failure().Code
+                  << "); two watchers would deliver a holdings record twice\n";
         return 1;
     }
     std::cerr << "tesselex-cli: watching '" << TextToUtf8(workfileText) << "'"
@@ -144,32 +145,12 @@ EngineSeams CliSeams() {
 StatusPrinter::StatusPrinter(ExportEngine& engine) {
     EngineListener listener;
     listener.Status = [this](const StatusLine& line) {
-        std::cout << TextToUtf8(line.Line) << std::endl;
-        if (line.IsError) {
+        std::cout << TextToUtf8(FormatStatusLine(line)) << std::endl;
+        if (line.IsError()) {
             ++errors_;
         }
     };
     engine.SetListener(std::move(listener));
-}
-
-bool GuardWorkfile(ExportEngine& engine, std::optional<Outcome<WatchLock>>& lock) {
-    const std::u16string& workfileText = engine.State().Workfile;
-    const std::filesystem::path workfile = TextToPath(workfileText);
-    // No workfile, nothing polled: nothing to share.
-    if (!workfile.empty()) {
-        lock.emplace(WatchLock::Take(workfile));
-    }
-    if (lock && !lock->Ok()) {
-        if (lock->Kind() == FaultKind::Held) {
-            std::cerr << "tesselex-cli: another TESSELEX program already watches '"
-                      << TextToUtf8(workfileText) << "' (process " << lock->Failure().Code
-                      << "); two watchers would deliver a holdings record twice\n";
-            return false;
-        }
-        // Unguarded polling still delivers; exporting nothing would lose the records.
-        engine.Log().ShowStatus(LockNotMadeMessage(workfile, lock->Failure()), true);
-    }
-    return true;
 }
 
 bool IsEngineCommand(const std::string& command) {
@@ -206,7 +187,9 @@ void PrintEngineHelp(std::ostream& out) {
            "                         --once showed an error status line or left an export\n"
            "                         waiting.\n"
            "  fetch [BIBID]          fetch and deliver BIBID now (default: the last bib id);\n"
-           "                         exit status 1 when an error status line was shown\n"
+           "                         exit status 1 when an error status line was shown.\n"
+           "                         Beside a running watcher of the same program folder\n"
+           "                         the export is handed to it (an outbox entry it sends)\n"
            "  request BIBID          print the request address a fetch of BIBID would send\n"
            "  settings list          every setting with its value (the FTP password as ********)\n"
            "  settings get KEY [--show-secret]\n"
@@ -216,7 +199,8 @@ void PrintEngineHelp(std::ostream& out) {
            "  outbox                 the exports waiting in the program folder's Outbox/:\n"
            "                         bib id, saved at, tries, next try or 'failed', reason\n"
            "  outbox retry           try every waiting export now; exit status 1 when any\n"
-           "                         still waits\n"
+           "                         still waits, or when another TESSELEX program sends\n"
+           "                         the outbox (retry and drop are then its to do)\n"
            "  outbox drop BIBID      give up the bib id's waiting export\n"
            "\n"
            "Settings keys:\n";

@@ -1,6 +1,6 @@
 // tesselex-cli outbox: the exports waiting in the program folder's Outbox/, tried again or given
-// up. Trying and dropping take the workfile's watch lock, so that no watcher works on the same
-// entries at once.
+// up. Trying and dropping are for the program that holds the outbox only: beside a running
+// watcher they are refused, so that no two programs work on the same entries at once.
 
 #include <iostream>
 
@@ -66,14 +66,23 @@ int RunOutboxCommand(const std::vector<std::string>& args) {
     ExportEngine engine(settings, CliSeams());
     StatusPrinter printer(engine);
     engine.Start();
-    std::optional<Outcome<WatchLock>> lock;
-    if (!GuardWorkfile(engine, lock)) {
+    const auto refused = [](const Fault& held) {
+        std::cerr << "tesselex-cli: another TESSELEX program (process " << held.Code
+                  << ") sends the waiting exports; it retries them, and its window can try "
+                     "them now or remove one\n";
         return 1;
-    }
+    };
     if (retry) {
-        return engine.RetryWaiting() > 0 ? 1 : 0;
+        const Outcome<std::size_t> left = engine.RetryWaiting();
+        if (!left) {
+            return refused(left.Failure());
+        }
+        return left.Value() > 0 ? 1 : 0;
     }
     if (const Done dropped = engine.DropWaiting(Utf8ToText(args[1])); !dropped) {
+        if (dropped.Kind() == FaultKind::Held) {
+            return refused(dropped.Failure());
+        }
         if (dropped.Kind() == FaultKind::BadData) {
             std::cerr << "tesselex-cli: no export of " << args[1] << " waits\n";
             return 2;

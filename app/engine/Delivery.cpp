@@ -1,7 +1,6 @@
 #include "app/engine/Delivery.h"
 
 #include "app/engine/DurableFile.h"
-#include "app/engine/WholeWrite.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
@@ -12,8 +11,8 @@ namespace {
 
 // The described FTP texts end at the server; the transfer's own words follow them, as the
 // program's other failures give their cause (docs/behaviour.md).
-std::u16string Because(const FtpError& error) {
-    std::u16string reason = Trim(error.Reason);
+std::u16string Because(const Fault& fault) {
+    std::u16string reason = Trim(fault.Reason);
     while (!reason.empty() && reason.back() == u'.') {
         reason.pop_back();
     }
@@ -62,11 +61,8 @@ Outcome<std::u16string> Delivery::SaveExport(std::u16string_view records,
     const std::string bytes = TextToAnsi(records);
     Done written = Noted(journal, file, bytes, clear);
     if (written) {
-        written = clear ? ReplaceFile(file, bytes) : AppendToFile(file, bytes);
-    }
-    if (written && !clear) {
         // An outbox entry leaves once its records are on the disk, not in a cache.
-        written = SyncFile(file);
+        written = clear ? ReplaceFile(file, bytes) : AppendDurably(file, bytes);
     }
     if (!written) {
         // The old program failed here without a word (docs/behaviour.md).
@@ -91,19 +87,18 @@ Done Delivery::SendExport(std::u16string_view destination, const FtpSettings& ft
 Done Delivery::SendFile(std::u16string_view local, const FtpSettings& ftp,
                         std::u16string_view bibId) {
     const std::u16string remote = RemoteName(ftp, clock_(), loginName_());
-    FtpError error;
-    FtpHandle handle = FtpConnect(ftp.Server, ftp.User, ftp.Password, &error);
+    const Outcome<FtpHandle> handle = FtpOpen(ftp.Server, ftp.User, ftp.Password);
     if (!handle) {
-        log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server + Because(error), true);
-        return Fault{FaultKind::NoConnection, error.Reason, 0};
+        log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server + Because(handle.Failure()),
+                    true);
+        return handle.Failure();
     }
-    const bool sent = FtpSend(handle, remote, TextToPath(local), false, &error);
-    FtpClose(handle);
+    const Done sent = FtpPut(handle.Value(), remote, TextToPath(local), false);
     if (!sent) {
         log_.Report(u"Kunde inte skicka MARC-post " + std::u16string(bibId) + u" till " +
-                        ftp.Server + Because(error),
+                        ftp.Server + Because(sent.Failure()),
                     true);
-        return Fault{FaultKind::Refused, error.Reason, 0};
+        return sent.Failure();
     }
     log_.Report(u"Skickat post #" + std::u16string(bibId) + u" till " + ftp.Server, false);
     return {};

@@ -2,7 +2,9 @@
 
 #include <exception>
 
+#include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
+#include "app/engine/RequestBuilder.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -31,14 +33,16 @@ ExportReport ExportEngine::Export(std::u16string_view bibId) {
     return ExportNow(state_.BibId);
 }
 
-ExportReport ExportEngine::RunExport(const Waited* waited) {
+ExportReport ExportEngine::RunExport(const ExportJob& job, const Waited* waited) {
     ExportReport report;
-    report.BibId = state_.BibId;
+    report.BibId = job.BibId;
+    state_.BibId = job.BibId;
+    state_.CanExport = !job.BibId.empty();
     state_.Busy = true;
     // The bib id and the busy state show while the server is asked.
     NotifyState();
     try {
-        FetchAndDeliver(report, waited);
+        FetchAndDeliver(report, job, waited);
     } catch (const std::exception& e) {
         // The bib id stays for a manual retry.
         const std::u16string reason = Utf8ToText(e.what());
@@ -56,17 +60,20 @@ ExportReport ExportEngine::RunExport(const Waited* waited) {
     return report;
 }
 
-void ExportEngine::FetchAndDeliver(ExportReport& report, const Waited* waited) {
-    Store(SettingKey::LastBibId, report.BibId);
-    report.Request = waited != nullptr ? waited->Request : RequestFor(report.BibId);
-    const FetchResult reply = FetchRecords(report.Request);
-    if (!reply.Ok() && reply.Failure != NetFailure::HttpStatus) {
-        report.Failures.push_back(ReportFailedFetch(reply, report.BibId));
+void ExportEngine::FetchAndDeliver(ExportReport& report, const ExportJob& job,
+                                   const Waited* waited) {
+    Store(SettingKey::LastBibId, job.BibId);
+    report.Request = BuildRequest(job.Options, job.BibId, *urlConfig_);
+    const Outcome<HttpReply> reply = FetchRecords(report.Request);
+    if (!reply) {
+        report.Failures.push_back(ReportFailedFetch(reply.Failure(), job.BibId));
         return;
     }
+    // An error page goes through the record check too: its own log line stays.
+    const std::optional<Fault> problem = reply.Value().Problem();
     std::vector<std::u16string> kept;
     std::u16string exportText;
-    for (ReplyRecord& record : SplitReply(reply.Body)) {
+    for (ReplyRecord& record : SplitReply(reply.Value().Body)) {
         if (record.WellFormed) {
             exportText += record.Bytes;
             kept.push_back(std::move(record.Bytes));
@@ -77,14 +84,17 @@ void ExportEngine::FetchAndDeliver(ExportReport& report, const Waited* waited) {
         }
     }
     if (exportText.empty()) {
-        // An error page went through the record check above (its own log line stays); a reply
-        // with pieces but no usable record is one more error for the bib id.
-        report.Failures.push_back(ReportFailedFetch(reply, report.BibId));
+        // An error page, or a reply with pieces but no usable record, is one more error for the
+        // bib id; records that came with an error status are delivered as they always were.
+        report.Failures.push_back(ReportFailedFetch(
+            problem.value_or(Fault{FaultKind::BadData, u"no well-formed record", 0}), job.BibId));
         return;
     }
-    const std::u16string& destination = state_.Options.Destination;
+    const std::u16string& destination = job.Options.Destination;
+    // An FTP server set now means one export per upload, whatever the option was at the save.
+    const bool clear = job.Options.OneAtATime || !ftp_.Server.empty();
     Outcome<std::u16string> saved =
-        delivery_.SaveExport(exportText, destination, state_.Options.OneAtATime, report.BibId,
+        delivery_.SaveExport(exportText, destination, clear, report.BibId,
                              waited != nullptr ? waited->Journal : SaveJournal{});
     if (saved) {
         report.SavedTo = std::move(saved).Value();
@@ -98,49 +108,20 @@ void ExportEngine::FetchAndDeliver(ExportReport& report, const Waited* waited) {
     } else {
         report.Failures.push_back(saved.Failure());
     }
-    Display(std::move(kept), report);
+    Display(std::move(kept), job.Options.Charset, report);
 }
 
 // Where the old program took a failed fetch as nothing to deliver (docs/behaviour.md).
-Fault ExportEngine::ReportFailedFetch(const FetchResult& reply, std::u16string_view bibId) {
-    std::u16string cause;
-    switch (reply.Failure) {
-        case NetFailure::TimedOut:
-            cause = u"exportservern svarade inte i tid";
-            break;
-        case NetFailure::HttpStatus:
-            cause = u"exportservern svarade med HTTP-status " +
-                    FromAscii(std::to_string(reply.HttpStatus));
-            break;
-        case NetFailure::EmptyReply:
-            cause = u"exportservern gav ett tomt svar";
-            break;
-        case NetFailure::None:
-            cause = u"svaret innehöll ingen korrekt post";
-            break;
-        default:
-            cause = u"ingen kontakt med exportservern";
-            break;
-    }
-    log_.Report(u"Post #" + std::u16string(bibId) + u" kunde inte hämtas: " + cause + u".", true);
-    switch (reply.Failure) {
-        case NetFailure::TimedOut:
-            return Fault{FaultKind::TimedOut, reply.Reason, 0};
-        case NetFailure::HttpStatus:
-            return Fault{FaultKind::HttpStatus, reply.Reason, reply.HttpStatus};
-        case NetFailure::EmptyReply:
-            return Fault{FaultKind::EmptyReply, reply.Reason, 0};
-        case NetFailure::None:
-            return Fault{FaultKind::BadData, cause, 0};
-        default:
-            return Fault{FaultKind::NoConnection, reply.Reason, 0};
-    }
+Fault ExportEngine::ReportFailedFetch(const Fault& fault, std::u16string_view bibId) {
+    log_.Report(FetchFailedMessage(bibId, fault), true);
+    return fault;
 }
 
-void ExportEngine::Display(std::vector<std::u16string> records, ExportReport& report) {
+void ExportEngine::Display(std::vector<std::u16string> records, Characters charset,
+                           ExportReport& report) {
     MarcObject& record = Record();
     // Read as the server wrote them: UTF-8 for the UTF-8 character choices.
-    record.SourceIsUTF8 = state_.Options.Charset != Characters::Latin1;
+    record.SourceIsUTF8 = charset != Characters::Latin1;
     for (std::u16string& text : records) {
         KeptRecord kept;
         record.Import(text);

@@ -32,6 +32,7 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
       delivery_(log_, ClockOf(seams_), LoginOf(seams_)),
       mainConfig_(std::make_unique<CfgClass>(Messages())),
       urlConfig_(std::make_unique<CfgClass>(Messages())),
+      watcher_([now = ClockOf(seams_)] { return SecondsOf(now()); }, seams_.RemoveFile),
       outbox_(std::make_unique<OutboxRunner>(Outbox(programFolder_ / "Outbox"),
                                              [now = ClockOf(seams_)] { return SecondsOf(now()); })) {}
 
@@ -49,17 +50,16 @@ MarcObject& ExportEngine::Record() {
 }
 
 std::u16string ExportEngine::Fetch(std::u16string_view address) const {
-    return seams_.Fetch ? seams_.Fetch(address) : FetchUrl(address);
+    const Outcome<HttpReply> reply = FetchRecords(address);
+    // The request table and the notice: only a usable reply counts.
+    return reply && !reply.Value().Problem() ? reply.Value().Body : std::u16string();
 }
 
-FetchResult ExportEngine::FetchRecords(std::u16string_view address) const {
+Outcome<HttpReply> ExportEngine::FetchRecords(std::u16string_view address) const {
     if (seams_.Fetch) {
-        FetchResult reply;
-        reply.Body = seams_.Fetch(address);
-        reply.Failure = reply.Body.empty() ? NetFailure::EmptyReply : NetFailure::None;
-        return reply;
+        return HttpReply{200, seams_.Fetch(address)};
     }
-    return FetchUrlResult(address);
+    return FetchReply(address);
 }
 
 void ExportEngine::Store(SettingKey key, std::u16string_view value) {

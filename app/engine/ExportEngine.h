@@ -18,7 +18,9 @@
 #include "app/engine/Delivery.h"
 #include "app/engine/ExportOptions.h"
 #include "app/engine/ExportReport.h"
+#include "app/engine/FileLock.h"
 #include "app/engine/Logger.h"
+#include "app/engine/WorkfileWatcher.h"
 #include "app/engine/OutboxRunner.h"
 #include "app/engine/SettingKeys.h"
 #include "config/MessageSink.h"
@@ -46,6 +48,20 @@ struct EngineSeams {
     std::u16string DisplayConfig;
 };
 
+// One export as it travels: what to fetch and with which options, and when it was saved.
+struct ExportJob {
+    std::u16string BibId;
+    DateTime SavedAt;
+    ExportOptions Options;
+};
+
+// Where QueueExport put an export.
+enum class Queued {
+    New,         // a new entry in the outbox
+    Again,       // the bib id waited already: it keeps its place
+    HandedOver,  // another program sends the outbox: it sends this one too
+};
+
 class ExportEngine {
   public:
     explicit ExportEngine(Settings& settings, EngineSeams seams = {});
@@ -56,7 +72,14 @@ class ExportEngine {
     void SetListener(EngineListener listener);
     // Start-up: request table, old settings file, workfile, settings, Logs folder.
     void Start();
-    // One poll of the workfile; nothing while an export runs.
+    // Takes the watch lock of the workfile, and keeps it (taken again for another workfile when
+    // start-up runs again). Held: another program watches it, and this one takes nothing from it
+    // (said once in an error status line); FileSystem: the lock cannot be made, said in an error
+    // status line, and the workfile is watched unguarded. Poll takes it too; a program that wants
+    // to refuse to run beside another watcher asks first.
+    [[nodiscard]] Done Watch();
+    // One poll: the workfile (while this program watches it) and the waiting exports (while it
+    // holds the outbox); nothing while an export runs.
     void Poll();
     // A manual export of the bib id ("Ingen aktiv post!" for one that is not above 0).
     ExportReport Export(std::u16string_view bibId);
@@ -87,31 +110,33 @@ class ExportEngine {
     // The exports waiting in the outbox (program folder, Outbox/), oldest first.
     const std::vector<OutboxEntry>& Waiting() const;
     // Tries the given waiting exports now (every one when none is given), oldest first;
-    // answers how many still wait.
-    std::size_t RetryWaiting(const std::vector<std::u16string>& bibIds = {});
-    // Gives up the bib id's waiting export (BadData when it does not wait).
+    // answers how many still wait, or Held when another program sends the outbox.
+    [[nodiscard]] Outcome<std::size_t> RetryWaiting(const std::vector<std::u16string>& bibIds = {});
+    // Gives up the bib id's waiting export (BadData when it does not wait, Held when another
+    // program sends the outbox).
     [[nodiscard]] Done DropWaiting(std::u16string_view bibId);
 
   private:
     // Every export, polled or manual: fetch, check, deliver, display; then the report goes out.
-    // A waiting export brings its request and the outbox's hooks.
+    // A waiting export brings the outbox's hooks.
     struct Waited {
-        std::u16string Request;
         SaveJournal Journal;
         std::function<Done()> Saved;
     };
-    ExportReport RunExport(const Waited* waited = nullptr);
+    ExportReport RunExport(const ExportJob& job, const Waited* waited = nullptr);
     // Fetch, check and deliver into the report; an exception is the caller's to report.
-    void FetchAndDeliver(ExportReport& report, const Waited* waited);
+    void FetchAndDeliver(ExportReport& report, const ExportJob& job, const Waited* waited);
     // The workfile's part of a poll: taken once written, its export queued, the file removed.
     void TakeWorkfile();
+    // Whether this program may take the workfile now: it holds the watch lock, or no lock can
+    // be made at all. A watcher that ended leaves its lock to the next poll here.
+    bool MayTakeWorkfile();
     // The outbox (OutboxCalls.cpp): the export written to it before its workfile goes, the due
-    // ones tried at each poll. The earlier run's entries are read and their appends repaired
-    // before the first try, not at start-up: only a program that goes on to export may cut a
-    // file back, and one that merely starts beside a running watcher never does.
-    void ResumeOutbox();
-    // Answers whether the bib id's entry is new; nullopt when it cannot be written (reported).
-    std::optional<bool> QueueExport(std::u16string_view bibId);
+    // ones tried at each poll. Only the program holding the outbox's lock reads the earlier
+    // run's entries, repairs their appends and sends them; another hands its exports over.
+    // Answers whether this program holds the outbox.
+    bool ResumeOutbox();
+    [[nodiscard]] Outcome<Queued> QueueExport(const ExportJob& job);
     void RunWaiting();
     // A manual export: through the outbox, tried at once.
     ExportReport ExportNow(const std::u16string& bibId);
@@ -121,6 +146,7 @@ class ExportEngine {
     // TryWaiting and AfterTry as the runner takes them.
     Attempt Trying(ExportReport* report);
     AfterAttempt Tried();
+    ExportJob JobNow(std::u16string_view bibId) const;
     // Sends the state when it differs from the last one sent.
     void NotifyState();
     bool AskYesNo(const std::u16string& question) const;
@@ -133,28 +159,30 @@ class ExportEngine {
     void ReportSettingsNotSaved();
     void LoadConfig();
     void FetchRequestTable();
+    // The request table: the server's answer (kept in the program folder for the next start
+    // without the server), else the one kept, else ConfigURL.TXT.
+    void LoadRequestTable();
+    // While no request table is known it is fetched again, with back-off.
+    void EnsureRequestTable();
+    bool HaveRequestTable() const;
     void MigrateOldSettings();
     void FindWorkfile();
     void ReadSettings();
     void RunStep(void (ExportEngine::*step)());
     // Parses each kept record once: its grid rows and readable view go into the report.
-    void Display(std::vector<std::u16string> records, ExportReport& report);
+    void Display(std::vector<std::u16string> records, Characters charset, ExportReport& report);
     // With an FTP server set, one-at-a-time is on and locked.
     void UpdateOneAtATime(bool stored);
     MarcObject& Record();
     // The bib id the workfile's 004 links to ("" without one); a fault when the record model
     // cannot read the workfile at all.
     [[nodiscard]] Outcome<std::u16string> WorkfileBibId(std::u16string_view contents);
-    // False while the workfile's record is incomplete and its size changed less than 5 s ago.
-    bool WorkfileSettled(std::u16string_view contents);
-    // Deletes the workfile. One that cannot be deleted is reported and false is answered, so
-    // that it is exported once; true when it is that same workfile again.
-    bool RemoveWorkfile(const std::filesystem::path& workfile, std::u16string_view contents);
+    // A usable reply's body; "" for no reply, an error status or an empty reply.
     std::u16string Fetch(std::u16string_view address) const;
-    // The record fetch, telling how it failed (a seam's reply counts as an answer).
-    FetchResult FetchRecords(std::u16string_view address) const;
+    // The record fetch: no reply at all is the fault (a seam's reply counts as an answer).
+    [[nodiscard]] Outcome<HttpReply> FetchRecords(std::u16string_view address) const;
     // The error status and log line for a fetch that brought nothing to deliver.
-    Fault ReportFailedFetch(const FetchResult& reply, std::u16string_view bibId);
+    Fault ReportFailedFetch(const Fault& fault, std::u16string_view bibId);
     // The program folder's file of that name whatever the letter case of the name on disk (as
     // the system's own file system matches names); the name as given when there is none.
     std::filesystem::path ProgramFile(std::u16string_view name) const;
@@ -171,14 +199,17 @@ class ExportEngine {
     std::u16string serverNotice_;
     std::u16string shortcutAddress_;
     FtpSettings ftp_;
-    // The size of an incomplete workfile and when it was first seen at that size (seconds).
-    std::optional<std::pair<std::size_t, long long>> unsettled_;
-    // Size, time and content hash of the last workfile that could not be deleted.
-    using WorkfileIdentity = std::tuple<std::size_t, std::filesystem::file_time_type, std::size_t>;
-    std::optional<WorkfileIdentity> undeletable_;
+    WorkfileWatcher watcher_;
     std::unique_ptr<OutboxRunner> outbox_;
     std::optional<std::vector<OutboxEntry>> waitingSent_;
     bool resumed_ = false;
+    // The outbox's lock; the holder's number while another program has it.
+    FileLock outboxLock_;
+    bool outboxUnguarded_ = false;
+    long long outboxHolder_ = 0;
+    // The request table's refetch while none is known: failures in a row, next try.
+    int tableFailures_ = 0;
+    long long tableNextTry_ = 0;
     EngineListener listener_;
     std::optional<EngineState> sent_;
 };

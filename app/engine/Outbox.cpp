@@ -44,13 +44,13 @@ bool ParseTime(std::string_view text, DateTime& at) {
            ParseNumber(text.substr(17, 2), at.Second);
 }
 
-bool Before(const OutboxEntry& a, const OutboxEntry& b) {
+}  // namespace
+
+bool SavedBefore(const OutboxEntry& a, const OutboxEntry& b) {
     const long long at = SecondsOf(a.SavedAt);
     const long long bt = SecondsOf(b.SavedAt);
     return at != bt ? at < bt : a.Sequence < b.Sequence;
 }
-
-}  // namespace
 
 Outbox::Outbox(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
@@ -94,7 +94,7 @@ Outcome<OutboxContents> Outbox::Read() {
             contents.Unreadable.push_back(file.path());
         }
     }
-    std::sort(contents.Entries.begin(), contents.Entries.end(), Before);
+    std::sort(contents.Entries.begin(), contents.Entries.end(), SavedBefore);
     return contents;
 }
 
@@ -115,7 +115,7 @@ Done Outbox::Put(OutboxEntry& entry) {
     } else {
         lastSequence_ = std::max(lastSequence_, entry.Sequence);
     }
-    return WriteFileDurably(EntryFile(entry.BibId), EntryText(entry));
+    return ReplaceFile(EntryFile(entry.BibId), EntryText(entry));
 }
 
 Done Outbox::Remove(std::u16string_view bibId) {
@@ -134,7 +134,19 @@ std::string EntryText(const OutboxEntry& entry) {
     line("bibid", TextToUtf8(entry.BibId));
     line("saved", TimeText(entry.SavedAt));
     line("sequence", std::to_string(entry.Sequence));
-    line("request", TextToUtf8(entry.Request));
+    if (entry.Options) {
+        const ExportOptions& o = *entry.Options;
+        line("opt-code", std::to_string(static_cast<int>(o.Code)));
+        line("opt-authorities", std::to_string(static_cast<int>(o.Authorities)));
+        line("opt-holdings", std::to_string(static_cast<int>(o.Holdings)));
+        line("opt-charset", std::to_string(static_cast<int>(o.Charset)));
+        line("opt-change035", o.Change035 ? "1" : "0");
+        line("opt-isbn", o.IsbnNoHyphens ? "1" : "0");
+        line("opt-oneatatime", o.OneAtATime ? "1" : "0");
+        line("opt-subjects", TextToUtf8(o.Subjects));
+        line("opt-libraries", TextToUtf8(o.Libraries));
+        line("opt-destination", TextToUtf8(o.Destination));
+    }
     line("attempts", std::to_string(entry.Attempts));
     line("next", std::to_string(entry.NextTry));
     line("failed", entry.Failed ? "1" : "0");
@@ -170,7 +182,6 @@ std::optional<OutboxEntry> ParseEntry(std::string_view text) {
     };
     OutboxEntry entry;
     entry.BibId = text16("bibid");
-    entry.Request = text16("request");
     entry.LastReason = text16("reason");
     bool ok = !entry.BibId.empty() && ParseTime(values["saved"], entry.SavedAt) &&
               ParseNumber(values["sequence"], entry.Sequence) &&
@@ -185,6 +196,27 @@ std::optional<OutboxEntry> ParseEntry(std::string_view text) {
              ParseNumber(values["append-hash"], append.Hash) &&
              flag("append-replaces", append.Replaces);
         entry.Append = append;
+    }
+    if (ok && values.count("opt-code") != 0) {
+        ExportOptions o;
+        int code = 0;
+        int authorities = 0;
+        int holdings = 0;
+        int charset = 0;
+        ok = ParseNumber(values["opt-code"], code) && code >= 0 && code <= 1 &&
+             ParseNumber(values["opt-authorities"], authorities) && authorities >= 0 &&
+             authorities <= 2 && ParseNumber(values["opt-holdings"], holdings) && holdings >= 0 &&
+             holdings <= 2 && ParseNumber(values["opt-charset"], charset) && charset >= 0 &&
+             charset <= 3 && flag("opt-change035", o.Change035) &&
+             flag("opt-isbn", o.IsbnNoHyphens) && flag("opt-oneatatime", o.OneAtATime);
+        o.Code = static_cast<Code003>(code);
+        o.Authorities = static_cast<Placement>(authorities);
+        o.Holdings = static_cast<Placement>(holdings);
+        o.Charset = static_cast<Characters>(charset);
+        o.Subjects = text16("opt-subjects");
+        o.Libraries = text16("opt-libraries");
+        o.Destination = text16("opt-destination");
+        entry.Options = std::move(o);
     }
     return ok ? std::optional<OutboxEntry>(std::move(entry)) : std::nullopt;
 }

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "app/engine/ExportOptions.h"
 #include "config/Outcome.h"
 #include "config/SharedRoutines.h"
 
@@ -30,7 +31,10 @@ struct PendingAppend {
 struct OutboxEntry {
     std::u16string BibId;
     DateTime SavedAt;       // when the workfile was taken
-    std::u16string Request;  // the request address built from the options then in force
+    // The options in force at the save; the request is built from them, and from the request
+    // table in force, when the export is sent. None: an entry of an older program version, which
+    // goes with the options in force when it is sent.
+    std::optional<ExportOptions> Options;
     int Attempts = 0;        // failed tries so far
     long long NextTry = 0;   // SecondsOf the engine's clock; 0: at once
     bool Failed = false;     // a failure no retry cures: it waits for the cataloguer
@@ -64,6 +68,9 @@ class Outbox {
     std::filesystem::path folder_;
     std::uint64_t lastSequence_ = 0;
 };
+
+// The order of the queue: saved earlier, or in the same second and numbered earlier.
+bool SavedBefore(const OutboxEntry& a, const OutboxEntry& b);
 
 // The entry as the text of its file, and back (nullopt for a text that is not an entry).
 std::string EntryText(const OutboxEntry& entry);

@@ -1,6 +1,7 @@
 // The engine's outbox: every export waits there from the moment it is taken until its records
 // are on the disk in the destination (and uploaded), and is retried while the server is away.
 
+#include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -17,9 +18,26 @@ std::u16string LateNote(const DateTime& savedAt, const DateTime& now) {
 
 }  // namespace
 
-void ExportEngine::ResumeOutbox() {
+bool ExportEngine::ResumeOutbox() {
+    if (!outboxLock_.Held() && !outboxUnguarded_) {
+        const std::filesystem::path lockFile = programFolder_ / "Outbox.lock";
+        Outcome<FileLock> taken = FileLock::TryTake(lockFile);
+        if (taken) {
+            outboxLock_ = std::move(taken).Value();
+            resumed_ = false;  // an earlier holder may have left appends to repair
+        } else if (taken.Kind() == FaultKind::Held) {
+            outboxHolder_ = taken.Failure().Code;
+            outbox_->Look();
+            return false;
+        } else {
+            // Without a lock this program still sends: its exports must not wait unseen.
+            log_.ShowStatus(OutboxLockNotMadeMessage(lockFile, taken.Failure()), true);
+            outboxUnguarded_ = true;
+        }
+    }
     if (resumed_) {
-        return;
+        outbox_->Adopt();
+        return true;
     }
     resumed_ = true;
     for (const Fault& problem : outbox_->Resume()) {
@@ -27,21 +45,33 @@ void ExportEngine::ResumeOutbox() {
                         u" kunde inte läsas: " + problem.Reason + u".",
                     true);
     }
+    return true;
 }
 
-std::optional<bool> ExportEngine::QueueExport(std::u16string_view bibId) {
-    ResumeOutbox();
-    const Outcome<bool> added =
-        outbox_->Add(bibId, seams_.Now ? seams_.Now() : LocalNow(), RequestFor(bibId));
+ExportJob ExportEngine::JobNow(std::u16string_view bibId) const {
+    return ExportJob{std::u16string(bibId), seams_.Now ? seams_.Now() : LocalNow(), state_.Options};
+}
+
+Outcome<Queued> ExportEngine::QueueExport(const ExportJob& job) {
+    const bool holder = ResumeOutbox();
+    if (!holder && outbox_->Find(job.BibId) != nullptr) {
+        log_.ShowStatus(HandedOverMessage(job.BibId, outboxHolder_), false);
+        return Queued::HandedOver;  // it waits there already: the holder fetches it
+    }
+    const Outcome<bool> added = outbox_->Add(job.BibId, job.SavedAt, job.Options);
     if (!added) {
-        log_.Report(u"Post #" + std::u16string(bibId) + u" kunde inte läggas bland väntande " +
+        log_.Report(u"Post #" + job.BibId + u" kunde inte läggas bland väntande " +
                         u"exporter i " + PathToText(programFolder_ / "Outbox") + u": " +
                         added.Reason() + u".",
                     true);
-        return std::nullopt;
+        return added.Failure();
     }
     NotifyState();
-    return added.Value();
+    if (!holder) {
+        log_.ShowStatus(HandedOverMessage(job.BibId, outboxHolder_), false);
+        return Queued::HandedOver;
+    }
+    return added.Value() ? Queued::New : Queued::Again;
 }
 
 Attempt ExportEngine::Trying(ExportReport* report) {
@@ -55,15 +85,28 @@ AfterAttempt ExportEngine::Tried() {
 }
 
 void ExportEngine::RunWaiting() {
-    ResumeOutbox();
+    if (!ResumeOutbox()) {
+        return;  // another program sends them
+    }
+    EnsureRequestTable();
+    if (!HaveRequestTable() && !ServerAddress().empty()) {
+        return;  // the requests cannot be built yet: they wait for the table, not fail
+    }
     outbox_->RunDue(Trying(nullptr), Tried());
 }
 
 ExportReport ExportEngine::ExportNow(const std::u16string& bibId) {
-    if (!QueueExport(bibId)) {
-        return RunExport();  // without the outbox, as before it
+    const ExportJob job = JobNow(bibId);
+    const Outcome<Queued> queued = QueueExport(job);
+    if (!queued) {
+        return RunExport(job);  // without the outbox, as before it
     }
     ExportReport report;
+    report.BibId = bibId;
+    if (queued.Value() == Queued::HandedOver) {
+        return report;
+    }
+    EnsureRequestTable();
     const Done outcome = outbox_->RunNow(bibId, Trying(&report), Tried());
     if (!outcome && !Retryable(outcome.Failure())) {
         // The cataloguer saw it fail at once: a mistyped bib id does not wait for removal.
@@ -88,10 +131,10 @@ Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const Attempt
         return Fault{FaultKind::BadData, u"Ingen aktiv post!", 0};
     }
     const DateTime now = seams_.Now ? seams_.Now() : LocalNow();
-    const Waited waited{entry.Request,
-                        SaveJournal{hooks.Appending, late ? LateNote(entry.SavedAt, now) : u""},
+    const Waited waited{SaveJournal{hooks.Appending, late ? LateNote(entry.SavedAt, now) : u""},
                         hooks.Saved};
-    ExportReport done = RunExport(&waited);
+    const ExportJob job{entry.BibId, entry.SavedAt, entry.Options.value_or(state_.Options)};
+    ExportReport done = RunExport(job, &waited);
     Done outcome;
     if (!done.Delivered()) {
         outcome = done.Failures.empty()
@@ -119,8 +162,12 @@ const std::vector<OutboxEntry>& ExportEngine::Waiting() const {
     return outbox_->Entries();
 }
 
-std::size_t ExportEngine::RetryWaiting(const std::vector<std::u16string>& bibIds) {
-    ResumeOutbox();
+Outcome<std::size_t> ExportEngine::RetryWaiting(const std::vector<std::u16string>& bibIds) {
+    if (!ResumeOutbox()) {
+        log_.ShowStatus(OutboxHeldMessage(outboxHolder_), true);
+        return Fault{FaultKind::Held, u"", static_cast<int>(outboxHolder_)};
+    }
+    EnsureRequestTable();
     std::vector<std::u16string> chosen = bibIds;
     if (chosen.empty()) {
         for (const OutboxEntry& entry : outbox_->Entries()) {
@@ -135,11 +182,17 @@ std::size_t ExportEngine::RetryWaiting(const std::vector<std::u16string>& bibIds
 }
 
 Done ExportEngine::DropWaiting(std::u16string_view bibId) {
-    ResumeOutbox();
+    if (!ResumeOutbox()) {
+        log_.ShowStatus(OutboxHeldMessage(outboxHolder_), true);
+        return Fault{FaultKind::Held, u"", static_cast<int>(outboxHolder_)};
+    }
     if (outbox_->Find(bibId) == nullptr) {
         return Fault{FaultKind::BadData, u"no export of " + std::u16string(bibId) + u" waits", 0};
     }
     Done dropped = outbox_->Drop(bibId);
+    if (!dropped) {
+        log_.ShowStatus(NotDroppedMessage(bibId, dropped.Failure()), true);
+    }
     NotifyState();
     return dropped;
 }

@@ -39,6 +39,30 @@ std::vector<Fault> OutboxRunner::Resume() {
     return problems;
 }
 
+void OutboxRunner::Look() {
+    Outcome<OutboxContents> read = outbox_.Read();
+    if (read) {
+        entries_ = std::move(read.Value().Entries);
+    }
+}
+
+void OutboxRunner::Adopt() {
+    Outcome<OutboxContents> read = outbox_.Read();
+    if (!read) {
+        return;  // read again at the next run
+    }
+    bool adopted = false;
+    for (OutboxEntry& entry : read.Value().Entries) {
+        if (FindEntry(entry.BibId) == nullptr) {
+            entries_.push_back(std::move(entry));
+            adopted = true;
+        }
+    }
+    if (adopted) {
+        std::stable_sort(entries_.begin(), entries_.end(), SavedBefore);
+    }
+}
+
 Done OutboxRunner::Repair(OutboxEntry& entry) {
     if (!entry.Append || entry.Saved) {
         return {};
@@ -60,7 +84,7 @@ Done OutboxRunner::Repair(OutboxEntry& entry) {
 }
 
 Outcome<bool> OutboxRunner::Add(std::u16string_view bibId, const DateTime& savedAt,
-                                std::u16string_view request) {
+                                const ExportOptions& options) {
     OutboxEntry* waiting = FindEntry(bibId);
     OutboxEntry entry;
     if (waiting != nullptr) {
@@ -73,7 +97,7 @@ Outcome<bool> OutboxRunner::Add(std::u16string_view bibId, const DateTime& saved
         entry.BibId = std::u16string(bibId);
         entry.SavedAt = savedAt;
     }
-    entry.Request = std::u16string(request);
+    entry.Options = options;
     if (Done put = outbox_.Put(entry); !put) {
         return put.Failure();
     }
@@ -92,26 +116,27 @@ bool OutboxRunner::Due(const OutboxEntry& entry) const {
 }
 
 void OutboxRunner::RunDue(const Attempt& attempt, const AfterAttempt& after) {
-    // Entries marked failed stand aside; the oldest other one goes first or everything waits.
-    std::size_t next = 0;
-    while (next < entries_.size()) {
-        OutboxEntry& entry = entries_[next];
-        if (entry.Failed) {
-            ++next;
+    // While the queue backs off nothing goes, a new export neither: like a mail queue's dead
+    // destination, the server is asked again when the wait is over.
+    const long long now = now_();
+    if (now < queueNextTry_ && queueNextTry_ - now <= kLongestWait) {
+        return;
+    }
+    std::vector<std::u16string> due;
+    for (const OutboxEntry& entry : entries_) {
+        if (!entry.Failed && Due(entry)) {
+            due.push_back(entry.BibId);
+        }
+    }
+    for (const std::u16string& bibId : due) {
+        OutboxEntry* entry = FindEntry(bibId);
+        if (entry == nullptr) {
             continue;
         }
-        if (!Due(entry)) {
-            return;
+        const Done outcome = Run(*entry, attempt, after);
+        if (!outcome && ServerFault(outcome.Failure()) && Retryable(outcome.Failure())) {
+            return;  // Run held the queue: the rest waits for the server
         }
-        const std::u16string bibId = entry.BibId;
-        if (!Run(entry, attempt, after)) {
-            const OutboxEntry* left = Find(bibId);
-            if (left == nullptr || !left->Failed) {
-                return;  // backing off, or its entry could not be written: the rest wait
-            }
-        }
-        // Delivered (and gone), or failed for good: the next one may go.
-        next = 0;
     }
 }
 
@@ -142,6 +167,8 @@ Done OutboxRunner::Run(OutboxEntry& entry, const Attempt& attempt, const AfterAt
     const Done outcome = attempt(entry, late, hooks);
     OutboxEntry* tried = FindEntry(bibId);
     if (outcome) {
+        queueFailures_ = 0;
+        queueNextTry_ = 0;
         const Done removed = outbox_.Remove(bibId);
         if (removed) {
             entries_.erase(entries_.begin() + (tried - entries_.data()));
@@ -157,10 +184,15 @@ Done OutboxRunner::Run(OutboxEntry& entry, const Attempt& attempt, const AfterAt
     if (!tried->Saved) {
         tried->Append.reset();  // a failed append is cut back: nothing of it stays
     }
+    ++tried->Attempts;  // a try that failed for good is a try too
     if (Retryable(outcome.Failure())) {
         tried->Failed = false;
-        ++tried->Attempts;
         tried->NextTry = now_() + RetryDelaySeconds(tried->Attempts);
+        if (ServerFault(outcome.Failure())) {
+            ++queueFailures_;
+            queueNextTry_ = now_() + RetryDelaySeconds(queueFailures_);
+            tried->NextTry = std::max(tried->NextTry, queueNextTry_);
+        }
     } else {
         tried->Failed = true;
     }
@@ -188,6 +220,17 @@ OutboxEntry* OutboxRunner::FindEntry(std::u16string_view bibId) {
 
 const OutboxEntry* OutboxRunner::Find(std::u16string_view bibId) const {
     return const_cast<OutboxRunner*>(this)->FindEntry(bibId);
+}
+
+bool ServerFault(const Fault& fault) {
+    switch (fault.Kind) {
+    case FaultKind::HttpStatus:
+    case FaultKind::EmptyReply:
+    case FaultKind::BadData:
+        return false;  // the server answered, for this record
+    default:
+        return true;
+    }
 }
 
 DateTime DateTimeOf(long long seconds) {

@@ -1,8 +1,9 @@
 #pragma once
-// Which waiting export is tried next, and what a try's outcome does to its entry. The oldest
-// entry goes first and the others wait behind it while it backs off, so exports arrive in the
-// order they were saved; an entry no retry can cure stands aside for the cataloguer. The try
-// itself (fetch, save, upload) is the caller's.
+// Which waiting export is tried next, and what a try's outcome does to its entry, as a mail queue
+// does it: among the entries that are due the oldest goes first; a failure of one record backs
+// off that record only and the next one goes; a failure of the server (no connection, time-out)
+// backs off the whole queue once, so an outage makes no storm of retries. An entry no retry can
+// cure stands aside for the cataloguer. The try itself (fetch, save, upload) is the caller's.
 
 #include <cstddef>
 #include <functional>
@@ -36,13 +37,19 @@ class OutboxRunner {
 
     // Reads the outbox an earlier run left and repairs its interrupted appends: a complete one
     // counts as saved, a torn one is cut back so the export is made again. Answers what could
-    // not be read or repaired; those entries are left as they are.
+    // not be read or repaired; those entries are left as they are. Only the holder of the
+    // outbox's lock may call it: a repair cuts files back.
     [[nodiscard]] std::vector<Fault> Resume();
-    // Records a new export (answers true), or the bib id's waiting one again with the request
+    // Reads the entries as they stand, repairing nothing: what a program that does not hold the
+    // outbox shows.
+    void Look();
+    // Takes in the entries other programs handed over since the last read (new entry files).
+    void Adopt();
+    // Records a new export (answers true), or the bib id's waiting one again with the options
     // now in force, in its old place (answers false).
     [[nodiscard]] Outcome<bool> Add(std::u16string_view bibId, const DateTime& savedAt,
-                                    std::u16string_view request);
-    // Tries the oldest entries that may go now, one after another, until one must wait.
+                                    const ExportOptions& options);
+    // Tries every entry that may go now, oldest first, until the server fails.
     void RunDue(const Attempt& attempt, const AfterAttempt& after);
     // Tries the bib id's entry now, whatever its back-off or failure; a bib id that does not
     // wait is a BadData fault.
@@ -65,7 +72,14 @@ class OutboxRunner {
     std::function<long long()> now_;
     std::vector<OutboxEntry> entries_;
     std::uint64_t fresh_ = 0;  // the Sequence of the entry added last, tried on time
+    // The whole queue's back-off after failures of the server: failures in a row, next try.
+    int queueFailures_ = 0;
+    long long queueNextTry_ = 0;
 };
+
+// True for a failure of the server or of the way to it, which says nothing about one record:
+// no connection, a time-out, a full destination, a refused upload.
+bool ServerFault(const Fault& fault);
 
 // The local time the given SecondsOf stands for.
 DateTime DateTimeOf(long long seconds);

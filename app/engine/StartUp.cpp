@@ -5,10 +5,11 @@
 #include <exception>
 #include <system_error>
 
+#include "app/engine/DurableFile.h"
+#include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "app/engine/SettingsMigration.h"
-#include "app/engine/WholeWrite.h"
 #include "config/CfgClass.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
@@ -85,16 +86,62 @@ void ExportEngine::FetchRequestTable() {
     CfgClass shortcut(Messages());
     shortcut.Load(PathToText(ProgramFile(u"export.url")));
     shortcutAddress_ = shortcut.Item(u"InternetShortcut\\URL")->Value;
-    serverNotice_ = shortcutAddress_.empty() ? std::u16string() : Fetch(shortcutAddress_);
-
     mainConfig_ = std::make_unique<CfgClass>(Messages());
+    tableFailures_ = 0;
+    tableNextTry_ = 0;
+    LoadRequestTable();
+    if (!HaveRequestTable() && !shortcutAddress_.empty()) {
+        log_.Report(NoRequestTableMessage(shortcutAddress_), true);
+        tableFailures_ = 1;
+        tableNextTry_ = SecondsOf(seams_.Now ? seams_.Now() : LocalNow()) + RetryDelaySeconds(1);
+    }
+}
+
+void ExportEngine::LoadRequestTable() {
+    serverNotice_ = shortcutAddress_.empty() ? std::u16string() : Fetch(shortcutAddress_);
     urlConfig_ = std::make_unique<CfgClass>(Messages());
     // The request table is the same address's reply; the notice fetched a moment ago is it.
     urlConfig_->LoadFromString(serverNotice_);
-    if (urlConfig_->Item(u"baseURL")->Value.empty()) {
-        urlConfig_ = std::make_unique<CfgClass>(Messages());
-        urlConfig_->Load(PathToText(ProgramFile(u"ConfigURL.TXT")));
+    const std::filesystem::path kept = programFolder_ / "ConfigURL.last";
+    if (HaveRequestTable()) {
+        // Kept for a start while the server is away; a failed write only loses that.
+        (void)ReplaceFile(kept, TextToAnsi(serverNotice_));
+        return;
     }
+    std::error_code ec;
+    if (!shortcutAddress_.empty() && std::filesystem::is_regular_file(kept, ec)) {
+        urlConfig_ = std::make_unique<CfgClass>(Messages());
+        urlConfig_->Load(PathToText(kept));
+        if (HaveRequestTable()) {
+            log_.ShowStatus(KeptRequestTableMessage(kept), false);
+            return;
+        }
+    }
+    urlConfig_ = std::make_unique<CfgClass>(Messages());
+    urlConfig_->Load(PathToText(ProgramFile(u"ConfigURL.TXT")));
+}
+
+bool ExportEngine::HaveRequestTable() const {
+    return !urlConfig_->Item(u"baseURL")->Value.empty();
+}
+
+void ExportEngine::EnsureRequestTable() {
+    if (HaveRequestTable() || shortcutAddress_.empty()) {
+        return;
+    }
+    const long long now = SecondsOf(seams_.Now ? seams_.Now() : LocalNow());
+    if (now < tableNextTry_ && tableNextTry_ - now <= RetryDelaySeconds(1000)) {
+        return;
+    }
+    LoadRequestTable();
+    if (HaveRequestTable()) {
+        tableFailures_ = 0;
+        tableNextTry_ = 0;
+        log_.Report(RequestTableFetchedMessage(shortcutAddress_), false);
+        return;
+    }
+    ++tableFailures_;
+    tableNextTry_ = now + RetryDelaySeconds(tableFailures_);
 }
 
 void ExportEngine::MigrateOldSettings() {

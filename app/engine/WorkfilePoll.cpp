@@ -1,13 +1,11 @@
 // The poll of the holdings workfile: wait until the cataloguing client has written it, remove
 // it, and export the bib id its 004 links to.
 
-#include <optional>
 #include <exception>
-#include <system_error>
+#include <optional>
 
+#include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
-#include "app/engine/WholeWrite.h"
-#include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -15,26 +13,42 @@
 #include "marc/MarcObjectFields.h"
 
 namespace tesselex {
-namespace {
 
-constexpr char16_t RecordTerminator = 0x1D;
-// An incomplete workfile whose size has not changed for this long is taken as it is.
-constexpr long long kSettleSeconds = 5;
-
-// The cataloguing client may still be writing it: shorter than its stated length, or without
-// the record terminator at the end (such a file waits; docs/behaviour.md).
-bool IsIncomplete(std::u16string_view record) {
-    return record.empty() || record.back() != RecordTerminator ||
-           Val(record.substr(0, 5)) > static_cast<double>(record.size());
+Done ExportEngine::Watch() {
+    if (state_.Workfile.empty()) {
+        return {};  // no workfile, nothing polled: nothing to share
+    }
+    const std::filesystem::path workfile = TextToPath(state_.Workfile);
+    WatchNews news = WatchNews::None;
+    const Done watching = watcher_.Watch(workfile, news);
+    switch (news) {
+        case WatchNews::Elsewhere:
+            log_.ShowStatus(WatchedElsewhereMessage(workfile), true);
+            break;
+        case WatchNews::TakenOver:
+            log_.ShowStatus(WatchTakenOverMessage(workfile), false);
+            break;
+        case WatchNews::Unguarded:
+            log_.ShowStatus(LockNotMadeMessage(workfile, watching.Failure()), true);
+            break;
+        case WatchNews::None:
+            break;
+    }
+    return watching;
 }
 
-}  // namespace
+bool ExportEngine::MayTakeWorkfile() {
+    const Done watching = Watch();
+    return watching || watching.Kind() != FaultKind::Held;
+}
 
 void ExportEngine::Poll() {
     if (state_.Busy) {
         return;
     }
-    TakeWorkfile();
+    if (MayTakeWorkfile()) {
+        TakeWorkfile();
+    }
     // Waiting exports go too, the one just queued among them.
     RunWaiting();
     NotifyState();
@@ -45,38 +59,41 @@ void ExportEngine::TakeWorkfile() {
         return;
     }
     const std::filesystem::path workfile = TextToPath(state_.Workfile);
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(workfile, ec)) {
-        return;
+    const std::optional<std::u16string> contents = watcher_.Settled(workfile);
+    if (!contents) {
+        return;  // not there, or left for the next polls
     }
-    const std::u16string contents = ReadWholeFile(workfile);
-    if (!WorkfileSettled(contents)) {
-        return;  // left for the next polls
-    }
-    const Outcome<std::u16string> bibId = WorkfileBibId(contents);
+    const Outcome<std::u16string> bibId = WorkfileBibId(*contents);
     const bool exports = bibId && Val(bibId.Value()) > 0;
+    const ExportJob job = JobNow(exports ? bibId.Value() : std::u16string());
     // The export waits in the outbox before its workfile goes: neither a crash nor an absent
     // server loses it.
-    const std::optional<bool> queued = exports ? QueueExport(bibId.Value()) : std::nullopt;
+    const std::optional<Outcome<Queued>> queued =
+        exports ? std::optional<Outcome<Queued>>(QueueExport(job)) : std::nullopt;
     // A bad workfile is still removed; each step goes on whatever the one before did.
-    if (RemoveWorkfile(workfile, contents)) {
-        if (queued.value_or(false)) {
-            (void)outbox_->Drop(bibId.Value());  // left, it is delivered: no harm beyond that
-        }
-        return;  // exported already (docs/behaviour.md)
+    Fault why;
+    switch (watcher_.Remove(workfile, *contents, why)) {
+        case Removal::SameAgain:
+            if (queued && queued->Ok() && queued->Value() == Queued::New) {
+                (void)outbox_->Drop(job.BibId);  // left, it is delivered: no harm beyond that
+            }
+            return;  // exported already (docs/behaviour.md)
+        case Removal::NotRemoved:
+            log_.Report(WorkfileNotRemovedMessage(workfile, why), true);
+            break;
+        case Removal::Removed:
+            break;
     }
     if (!bibId) {
-        log_.Report(
-            u"Arbetsfilen " + PathToText(workfile) + u" kunde inte läsas: " + bibId.Reason() + u".",
-            true);
+        log_.Report(WorkfileUnreadableMessage(workfile, bibId.Failure()), true);
         return;
     }
     // A workfile without a usable link is removed without a word (docs/behaviour.md). The bib
     // id shows together with the export it starts.
     state_.BibId = bibId.Value();
     state_.CanExport = !state_.BibId.empty();
-    if (exports && !queued) {
-        (void)RunExport();  // without the outbox, as before it
+    if (queued && !queued->Ok()) {
+        (void)RunExport(job);  // without the outbox, as before it
     }
 }
 
@@ -89,51 +106,6 @@ Outcome<std::u16string> ExportEngine::WorkfileBibId(std::u16string_view contents
     } catch (const std::exception& e) {
         return Fault{FaultKind::BadData, Utf8ToText(e.what()), 0};
     }
-}
-
-bool ExportEngine::RemoveWorkfile(const std::filesystem::path& workfile,
-                                  std::u16string_view contents) {
-    std::error_code ec;
-    if (seams_.RemoveFile) {
-        seams_.RemoveFile(workfile, ec);
-    } else {
-        std::filesystem::remove(workfile, ec);
-    }
-    if (!ec) {
-        undeletable_.reset();
-        return false;
-    }
-    // Exported at every poll it would append and upload the same records once a second.
-    std::error_code timeEc;
-    const WorkfileIdentity identity{contents.size(),
-                                    std::filesystem::last_write_time(workfile, timeEc),
-                                    std::hash<std::u16string_view>{}(contents)};
-    if (undeletable_ == identity) {
-        return true;
-    }
-    undeletable_ = identity;
-    log_.Report(u"Arbetsfilen " + PathToText(workfile) + u" kunde inte tas bort: " +
-                    AnsiToText(SystemReason(ec.value())) +
-                    u". Den exporteras inte igen förrän den ändras.",
-                true);
-    return false;
-}
-
-bool ExportEngine::WorkfileSettled(std::u16string_view contents) {
-    if (!IsIncomplete(contents)) {
-        unsettled_.reset();
-        return true;
-    }
-    const long long now = SecondsOf(seams_.Now ? seams_.Now() : LocalNow());
-    if (!unsettled_ || unsettled_->first != contents.size()) {
-        unsettled_.emplace(contents.size(), now);
-        return false;
-    }
-    if (now - unsettled_->second < kSettleSeconds) {
-        return false;
-    }
-    unsettled_.reset();
-    return true;
 }
 
 }  // namespace tesselex

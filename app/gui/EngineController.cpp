@@ -129,7 +129,6 @@ void EngineController::SetServerAddress(const QString& address) {
     Post([address = ToText(address)](EngineWorker& worker) {
         worker.Engine().SetServerAddress(address);
         worker.ReportDialogValues();
-        worker.TakeWatchLock();
     });
 }
 
@@ -141,7 +140,6 @@ void EngineController::SaveOldSettings() {
     Post([](EngineWorker& worker) {
         worker.Engine().SaveOldSettings();
         worker.ReportDialogValues();
-        worker.TakeWatchLock();
     });
 }
 
@@ -154,13 +152,9 @@ void EngineController::RetryWaiting(const QStringList& bibIds) {
 }
 
 void EngineController::DropWaiting(const QString& bibId) {
+    // A failure is the engine's to say.
     Post([bibId = ToText(bibId)](EngineWorker& worker) {
-        if (const Done dropped = worker.Engine().DropWaiting(bibId); !dropped) {
-            worker.Engine().Log().ShowStatus(u"Den väntande exporten av post #" + bibId +
-                                                 u" kunde inte tas bort: " + dropped.Reason() +
-                                                 u".",
-                                             true);
-        }
+        (void)worker.Engine().DropWaiting(bibId);
     });
 }
 

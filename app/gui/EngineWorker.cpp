@@ -37,7 +37,8 @@ void EngineWorker::Start() {
     engine_->SetListener(std::move(listener));
     engine_->Start();
     ReportDialogValues();
-    TakeWatchLock();
+    // Said at start-up rather than at the first poll: another program watches the workfile.
+    (void)engine_->Watch();
     timer_ = new QTimer(this);
     timer_->setInterval(options_.PollIntervalMs);
     connect(timer_, &QTimer::timeout, this, &EngineWorker::Poll);
@@ -45,45 +46,16 @@ void EngineWorker::Start() {
     Post([](EngineController& c) { emit c.started(); });
 }
 
-void EngineWorker::TakeWatchLock() {
-    const std::filesystem::path workfile = TextToPath(engine_->State().Workfile);
-    const std::filesystem::path lockPath =
-        workfile.empty() ? std::filesystem::path() : WatchLock::LockPath(workfile);
-    if (mayPoll_ && lockPath == lockPath_) {
-        return;
-    }
-    lock_.reset();
-    mayPoll_ = false;
-    lockPath_ = lockPath;
-    if (workfile.empty()) {
-        return;
-    }
-    Outcome<WatchLock> taken = WatchLock::Take(workfile);
-    if (taken) {
-        lock_.emplace(std::move(taken).Value());
-        mayPoll_ = true;
-    } else if (taken.Kind() == FaultKind::Held) {
-        engine_->Log().ShowStatus(WatchedElsewhereMessage(workfile), true);
-    } else {
-        // A lock that cannot be made must not stop the exports: the saves would wait unseen.
-        engine_->Log().ShowStatus(LockNotMadeMessage(workfile, taken.Failure()), true);
-        mayPoll_ = true;
-    }
-}
-
 void EngineWorker::Stop() {
     if (timer_) {
         timer_->stop();
     }
-    lock_.reset();
-    mayPoll_ = false;
+    // The engine and its locks go: another program may watch from now on.
+    engine_.reset();
 }
 
 void EngineWorker::Poll() {
-    // Another program polls this workfile: it delivers, this one stays out.
-    if (mayPoll_) {
-        engine_->Poll();
-    }
+    engine_->Poll();
 }
 
 void EngineWorker::ReportDialogValues() {

@@ -10,7 +10,7 @@
 #include <memory>
 #include <optional>
 
-#include "app/engine/WatchLock.h"
+#include "app/engine/ExportEngine.h"
 #include "app/gui/EngineController.h"
 
 namespace tesselex::gui {
@@ -27,8 +27,6 @@ class EngineWorker : public QObject {
     ExportEngine& Engine() { return *engine_; }
     // The FTP settings and server address the dialogs open with.
     void ReportDialogValues();
-    // Start-up ran again (a new server address): the workfile, and so its lock, may differ.
-    void TakeWatchLock();
 
   private:
     void Poll();
@@ -38,10 +36,6 @@ class EngineWorker : public QObject {
     EngineController* controller_;
     std::unique_ptr<Settings> settings_;
     std::unique_ptr<ExportEngine> engine_;
-    std::optional<WatchLock> lock_;
-    // The lock is held, or could not be made at all: either way this program polls.
-    bool mayPoll_ = false;
-    std::filesystem::path lockPath_;
     QTimer* timer_ = nullptr;
 };
 

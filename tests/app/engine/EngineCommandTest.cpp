@@ -5,6 +5,9 @@
 
 #include <algorithm>
 
+#include "app/engine/FileLock.h"
+#include "app/engine/Outbox.h"
+#include "app/engine/WatchLock.h"
 #include "tests/app/engine/EngineFixture.h"
 #include "tests/support/TestData.h"
 
@@ -130,6 +133,50 @@ TEST_F(EngineCommandTest, AWatchLockThatCannotBeMadeIsAnErrorLineAndTheWorkfileI
               std::string::npos)
         << result.Out;
     EXPECT_EQ(ReadBytes(destination_), SampleReply());
+}
+
+TEST_F(EngineCommandTest, LockFilesADeadProgramLeftNeverKeepAWatcherOut) {
+    // Empty (killed between making the file and writing its number), torn, or not a number.
+    for (const std::string contents : {"", "12", "TESSELEX 4711\n"}) {
+        WriteBytes(WatchLock::LockPath(workfile_), contents);
+        WriteBytes(home_ / "Outbox.lock", contents);
+        WriteBytes(workfile_, ReadBytes(sampleWorkfile_));
+        EXPECT_EQ(Run("watch --once").Status, 0) << contents;
+        EXPECT_FALSE(std::filesystem::exists(workfile_)) << contents;
+    }
+    EXPECT_EQ(ReadBytes(destination_), SampleReply() + SampleReply() + SampleReply());
+}
+
+TEST_F(EngineCommandTest, FetchBesideAWatcherHandsItsExportOverAndCutsNothingBack) {
+    // The running watcher holds the outbox and is half way through the append of another export.
+    std::optional<Outcome<FileLock>> watcher(FileLock::TryTake(home_ / "Outbox.lock"));
+    ASSERT_TRUE(watcher->Ok());
+    const std::string old = SampleReply();
+    const std::string adding = test::BuildRecord({{"001", "777"}});
+    WriteBytes(destination_, old + adding.substr(0, 10));
+    OutboxEntry appending;
+    appending.BibId = u"777";
+    appending.SavedAt = now_;
+    appending.Append = PendingAppend{destination_, old.size(), adding.size(), ContentHash(adding)};
+    ASSERT_TRUE(Outbox(home_ / "Outbox").Put(appending).Ok());
+
+    const CliResult fetched = Run("fetch " + bibId_);
+    EXPECT_EQ(fetched.Status, 0);
+    EXPECT_NE(fetched.Out.find("Post #" + bibId_ +
+                               " l\xC3\xA4mnades till det TESSELEX-program som redan skickar "
+                               "v\xC3\xA4ntande exporter (process " +
+                               std::to_string(ProcessNumber()) + ")."),
+              std::string::npos)
+        << fetched.Out;
+    EXPECT_EQ(ReadBytes(destination_), old + adding.substr(0, 10)) << "the append is left alone";
+    EXPECT_EQ(server_.Requests(), std::vector<std::string>{"/config"}) << "no record was asked for";
+    EXPECT_EQ(Run("outbox retry").Status, 1) << "retrying is the holder's";
+
+    // The watcher completes its append and ends; the next program delivers what was handed over.
+    WriteBytes(destination_, old + adding);
+    watcher.reset();
+    EXPECT_EQ(Run("outbox retry").Status, 0);
+    EXPECT_EQ(ReadBytes(destination_), old + adding + SampleReply());
 }
 
 TEST_F(EngineCommandTest, WatchKeepsPollingUntilSigtermEndsItAfterTheDelivery) {

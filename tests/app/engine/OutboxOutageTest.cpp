@@ -63,17 +63,17 @@ TEST_F(OutboxOutageTest, AHundredSavesWhileTheServerIsAwayGoOutOnceInOrder) {
     // message: ExportEngineTest).
     std::size_t tries = 0;
     for (const StatusLine& line : lines_) {
-        if (line.IsError) {
-            EXPECT_TRUE(line.Message.starts_with(u"Post #200001 ")) << TextToUtf8(line.Message);
+        if (line.IsError()) {
+            EXPECT_TRUE(line.Text.starts_with(u"Post #200001 ")) << TextToUtf8(line.Text);
             ++tries;
         }
     }
     EXPECT_EQ(tries, 6U);
     const auto first = std::find_if(lines_.begin(), lines_.end(), [](const StatusLine& line) {
-        return line.Message.starts_with(u"Post #200001 sparad");
+        return line.Text.starts_with(u"Post #200001 sparad");
     });
     ASSERT_NE(first, lines_.end());
-    EXPECT_EQ(first->Message, u"Post #200001 sparad till " + PathToText(destination_) +
+    EXPECT_EQ(first->Text, u"Post #200001 sparad till " + PathToText(destination_) +
                                   u" (försenad, sparad 10:00:01).");
 }
 

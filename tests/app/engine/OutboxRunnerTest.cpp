@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "tests/support/TempDir.h"
+#include "config/Strings.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex {
@@ -18,26 +19,59 @@ using test::TempDir;
 
 const Fault kDown{FaultKind::NoConnection, u"Connection refused", 0};
 const Fault kMissing{FaultKind::HttpStatus, u"Not Found", 404};
+const Fault kServerError{FaultKind::HttpStatus, u"Internal Server Error", 500};
 
 class OutboxRunnerTest : public ::testing::Test {
   protected:
     OutboxRunner MakeRunner() {
         return OutboxRunner(Outbox(dir_ / "Outbox"), [this] { return now_; });
     }
-    void Add(OutboxRunner& runner, const std::u16string& bibId) {
-        std::u16string request = u"req ";
-        request += bibId;
-        ASSERT_TRUE(runner.Add(bibId, DateTimeOf(now_), request).Ok());
+    // The options in force at the save name the save, so a test can tell which one an entry
+    // keeps.
+    void Add(OutboxRunner& runner, const std::u16string& bibId, std::u16string_view save = u"") {
+        ExportOptions options;
+        options.Subjects = std::u16string(save);
+        ASSERT_TRUE(runner.Add(bibId, DateTimeOf(now_), options).Ok());
     }
-    // A try noted in tries_; each bib id fails with its fault in faults_ (none: delivered).
+    // A try noted in tries_; every try fails with kDown while down_, else each bib id fails with
+    // its fault in faults_ (none: delivered).
     Attempt Trying() {
         return [this](const OutboxEntry& entry, bool late, const AttemptHooks&) -> Done {
             tries_.push_back(entry.BibId + (late ? u" late" : u""));
+            if (down_) {
+                return kDown;
+            }
             const auto fault = faults_.find(entry.BibId);
             return fault == faults_.end() ? Done() : Done(fault->second);
         };
     }
     void RunDue(OutboxRunner& runner) { runner.RunDue(Trying(), {}); }
+    // Runs the queue once a second for that long, with a save every `saveEvery` seconds (0:
+    // none); answers the seconds between the tries of the bib id (of any entry when none is
+    // named, and then each wake-up tries one entry only).
+    std::vector<long long> Waits(OutboxRunner& runner, int seconds, std::u16string_view of = u"",
+                                 int saveEvery = 0) {
+        std::vector<long long> waits;
+        long long last = now_;
+        for (int second = 0; second < seconds; ++second) {
+            ++now_;
+            if (saveEvery > 0 && second % saveEvery == 0) {
+                Add(runner, u"next" + FromAscii(std::to_string(second)));
+            }
+            const std::size_t before = tries_.size();
+            RunDue(runner);
+            if (of.empty() && tries_.size() > before) {
+                EXPECT_EQ(tries_.size(), before + 1) << "one try per wake-up at " << second;
+            }
+            for (std::size_t i = before; i < tries_.size(); ++i) {
+                if (of.empty() || tries_[i].starts_with(of)) {
+                    waits.push_back(now_ - last);
+                    last = now_;
+                }
+            }
+        }
+        return waits;
+    }
     std::vector<std::u16string> Ids(const OutboxRunner& runner) const {
         std::vector<std::u16string> ids;
         for (const OutboxEntry& entry : runner.Entries()) {
@@ -48,46 +82,39 @@ class OutboxRunnerTest : public ::testing::Test {
 
     TempDir dir_;
     long long now_ = 1'795'516'925;
+    bool down_ = false;
     std::map<std::u16string, Fault> faults_;
     std::vector<std::u16string> tries_;
 };
 
-TEST_F(OutboxRunnerTest, TheOldestGoesFirstAndTheRestWaitWhileItBacksOff) {
+TEST_F(OutboxRunnerTest, AnOutageBacksOffTheWholeQueueOnce) {
     OutboxRunner runner = MakeRunner();
-    faults_[u"1"] = kDown;
-    Add(runner, u"1");
+    down_ = true;
+    Add(runner, u"1", u"first save");
     RunDue(runner);
-    EXPECT_EQ(tries_, std::vector<std::u16string>{u"1"}) << "tried at once, on time";
     Add(runner, u"2");
     Add(runner, u"3");
     RunDue(runner);
-    EXPECT_EQ(tries_.size(), 1U) << "nothing goes past the oldest while it backs off";
+    EXPECT_EQ(tries_, std::vector<std::u16string>{u"1"}) << "the server failed: the rest wait";
 
-    // The server stays away: each try waits twice as long, up to five minutes.
-    std::vector<long long> waits;
-    long long last = now_;
-    for (int second = 0; second < 1500; ++second) {
-        ++now_;
-        const std::size_t before = tries_.size();
-        RunDue(runner);
-        if (tries_.size() > before) {
-            waits.push_back(now_ - last);
-            last = now_;
-        }
-    }
-    EXPECT_EQ(waits, (std::vector<long long>{15, 30, 60, 120, 240, 300, 300, 300}));
-    EXPECT_EQ(runner.Find(u"1")->Attempts, 9);
+    // The server stays away: one try for the whole queue, each wait twice as long, at most five
+    // minutes.
+    EXPECT_EQ(Waits(runner, 1500),
+              (std::vector<long long>{15, 30, 60, 120, 240, 300, 300, 300}));
     EXPECT_EQ(runner.Find(u"1")->LastReason, u"Connection refused");
+    int tries = 0;
+    for (const OutboxEntry& entry : runner.Entries()) {
+        tries += entry.Attempts;
+    }
+    EXPECT_EQ(tries, 9) << "each try counted on its entry";
 
-    // Saved again while it waits: one entry, in its old place, its back-off kept.
-    Add(runner, u"1");
+    // Saved again while it waits: one entry, in its old place, with the options now in force.
+    Add(runner, u"1", u"second save");
     EXPECT_EQ(Ids(runner), (std::vector<std::u16string>{u"1", u"2", u"3"}));
-    EXPECT_EQ(runner.Find(u"1")->Request, u"req 1");
-    RunDue(runner);
-    EXPECT_EQ(tries_.size(), 9U);
+    EXPECT_EQ(runner.Find(u"1")->Options->Subjects, u"second save");
 
     // Back: the next try delivers all three in the order saved, each marked late.
-    faults_.clear();
+    down_ = false;
     tries_.clear();
     now_ += 300;
     RunDue(runner);
@@ -97,10 +124,23 @@ TEST_F(OutboxRunnerTest, TheOldestGoesFirstAndTheRestWaitWhileItBacksOff) {
     EXPECT_TRUE(std::filesystem::is_empty(dir_ / "Outbox")) << "removed from the disk too";
 }
 
+TEST_F(OutboxRunnerTest, AFailingRecordBacksOffAloneAndTheNextOnesGo) {
+    OutboxRunner runner = MakeRunner();
+    faults_[u"500"] = kServerError;
+    Add(runner, u"500");
+    RunDue(runner);
+    Add(runner, u"ok");
+    RunDue(runner);
+    EXPECT_EQ(tries_, (std::vector<std::u16string>{u"500", u"ok"}));
+    EXPECT_EQ(Ids(runner), std::vector<std::u16string>{u"500"});
+    // It keeps failing: its own back-off, while every later save is delivered at once.
+    EXPECT_EQ(Waits(runner, 500, u"500", 100), (std::vector<long long>{15, 30, 60, 120, 240}));
+    EXPECT_EQ(Ids(runner), std::vector<std::u16string>{u"500"}) << "the five later ones went";
+}
+
 TEST_F(OutboxRunnerTest, AFailureNoRetryCuresStandsAsideUntilTheCataloguerActs) {
     OutboxRunner runner = MakeRunner();
     faults_[u"404"] = kMissing;
-    faults_[u"down"] = kDown;
     Add(runner, u"404");
     RunDue(runner);
     Add(runner, u"ok");
@@ -108,6 +148,7 @@ TEST_F(OutboxRunnerTest, AFailureNoRetryCuresStandsAsideUntilTheCataloguerActs) 
     EXPECT_EQ(tries_, (std::vector<std::u16string>{u"404", u"ok"}));
     ASSERT_EQ(Ids(runner), std::vector<std::u16string>{u"404"});
     EXPECT_TRUE(runner.Find(u"404")->Failed);
+    EXPECT_EQ(runner.Find(u"404")->Attempts, 1);
     now_ += 3600;
     RunDue(runner);
     EXPECT_EQ(tries_.size(), 2U) << "never retried on its own";
@@ -116,7 +157,7 @@ TEST_F(OutboxRunnerTest, AFailureNoRetryCuresStandsAsideUntilTheCataloguerActs) 
     faults_[u"404"] = kDown;
     EXPECT_EQ(runner.RunNow(u"404", Trying(), {}).Kind(), FaultKind::NoConnection);
     EXPECT_FALSE(runner.Find(u"404")->Failed);
-    EXPECT_EQ(runner.Find(u"404")->NextTry, now_ + 15);
+    EXPECT_EQ(runner.Find(u"404")->NextTry, now_ + 30) << "its second try";
     EXPECT_EQ(runner.RunNow(u"none", Trying(), {}).Kind(), FaultKind::BadData);
     ASSERT_TRUE(runner.Drop(u"404").Ok());
     EXPECT_TRUE(runner.Entries().empty());
@@ -129,6 +170,21 @@ TEST_F(OutboxRunnerTest, AFailureNoRetryCuresStandsAsideUntilTheCataloguerActs) 
     faults_.clear();
     RunDue(runner);
     EXPECT_TRUE(runner.Entries().empty());
+}
+
+TEST_F(OutboxRunnerTest, AnotherProgramsEntriesAreTakenInAndOnlyTheHolderRepairs) {
+    OutboxRunner holder = MakeRunner();
+    ASSERT_TRUE(holder.Resume().empty());
+    Add(holder, u"2");
+    // A second program hands its export over: it writes the entry and repairs nothing.
+    OutboxRunner guest = MakeRunner();
+    guest.Look();
+    --now_;
+    Add(guest, u"1");
+    holder.Adopt();
+    EXPECT_EQ(Ids(holder), (std::vector<std::u16string>{u"1", u"2"})) << "in the order saved";
+    RunDue(holder);
+    EXPECT_EQ(tries_, (std::vector<std::u16string>{u"1 late", u"2 late"}));
 }
 
 TEST_F(OutboxRunnerTest, ACrashedTryIsRepairedAtStartUp) {

@@ -20,7 +20,13 @@ OutboxEntry Entry(std::u16string bibId, DateTime savedAt) {
     OutboxEntry entry;
     entry.BibId = std::move(bibId);
     entry.SavedAt = savedAt;
-    entry.Request = u"http://127.0.0.1:8080/export?bibid=" + entry.BibId + u"&format=marc";
+    ExportOptions options;
+    options.Charset = Characters::Utf8Decomposed;
+    options.Holdings = Placement::None;
+    options.Change035 = true;
+    options.Subjects = u"sao barn";
+    options.Destination = u"/ut/å_%YYMMDD%.mrc";
+    entry.Options = options;
     return entry;
 }
 
@@ -91,24 +97,27 @@ TEST(OutboxTest, AWriteThatFailsSaysWhyAndLeavesNothingBeside) {
     EXPECT_EQ(put.Kind(), FaultKind::FileSystem);
     EXPECT_FALSE(put.Reason().empty());
 
-    const Done write = WriteFileDurably(dir / "missing" / "x.txt", "bytes");
+    const Done write = ReplaceFile(dir / "missing" / "x.txt", "bytes");
     ASSERT_FALSE(write.Ok());
     EXPECT_EQ(write.Failure().Reason, u"No such file or directory");
     EXPECT_FALSE(std::filesystem::exists(dir / "missing"));
 }
 
-TEST(OutboxTest, OnlyFailuresALaterTryMayCureAreRetried) {
-    const std::tuple<FaultKind, int, bool> cases[] = {
-        {FaultKind::NoConnection, 0, true},  {FaultKind::TimedOut, 0, true},
-        {FaultKind::EmptyReply, 0, true},    {FaultKind::Refused, 0, true},
-        {FaultKind::NoSpace, 28, true},      {FaultKind::HttpStatus, 408, true},
-        {FaultKind::HttpStatus, 429, true},  {FaultKind::HttpStatus, 500, true},
-        {FaultKind::HttpStatus, 503, true},  {FaultKind::HttpStatus, 404, false},
-        {FaultKind::HttpStatus, 400, false}, {FaultKind::BadData, 0, false},
-        {FaultKind::FileSystem, 2, false},
+TEST(OutboxTest, OnlyFailuresALaterTryMayCureAreRetriedAndOnlyTheServersHoldTheQueue) {
+    // kind, code, retried, a failure of the server (holds every entry) rather than of one record
+    const std::tuple<FaultKind, int, bool, bool> cases[] = {
+        {FaultKind::NoConnection, 0, true, true},  {FaultKind::TimedOut, 0, true, true},
+        {FaultKind::EmptyReply, 0, true, false},   {FaultKind::Refused, 0, true, true},
+        {FaultKind::NoSpace, 28, true, true},      {FaultKind::HttpStatus, 408, true, false},
+        {FaultKind::HttpStatus, 429, true, false}, {FaultKind::HttpStatus, 500, true, false},
+        {FaultKind::HttpStatus, 503, true, false}, {FaultKind::HttpStatus, 404, false, false},
+        {FaultKind::HttpStatus, 400, false, false}, {FaultKind::BadData, 0, false, false},
+        {FaultKind::FileSystem, 2, false, true},
     };
-    for (const auto& [kind, code, retry] : cases) {
+    for (const auto& [kind, code, retry, server] : cases) {
         EXPECT_EQ(Retryable(Fault{kind, u"", code}), retry)
+            << static_cast<int>(kind) << " " << code;
+        EXPECT_EQ(ServerFault(Fault{kind, u"", code}), server)
             << static_cast<int>(kind) << " " << code;
     }
 }

@@ -13,6 +13,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
+#include <optional>
 #include <thread>
 #ifdef _WIN32
 #include <windows.h>
@@ -158,9 +159,10 @@ TEST_F(MainProgramTest, ASecondStartShowsTheRunningWindowAndEnds) {
 
 TEST_F(MainProgramTest, OnlyOneProgramWatchesAWorkfile) {
     {
-        // tesselex-cli watch runs: the window says so and does not poll.
-        const Outcome<WatchLock> other = WatchLock::Take(workfile_);
-        ASSERT_TRUE(other);
+        // tesselex-cli watch runs: the window says so and does not poll; once it has ended the
+        // window takes the workfile over.
+        std::optional<Outcome<FileLock>> other(WatchLock::Take(workfile_));
+        ASSERT_TRUE(other->Ok());
         auto program = Started({QStringLiteral("show")}, true);
         EXPECT_TRUE(WaitFor([&] {
             return Messages(*program).join(QString()).contains(QStringLiteral("bevakas redan"));
@@ -168,7 +170,9 @@ TEST_F(MainProgramTest, OnlyOneProgramWatchesAWorkfile) {
         PlaceFile(workfile_, HoldingsRecord(server_.BibIds().front()));
         QTest::qWait(300);
         EXPECT_TRUE(std::filesystem::exists(workfile_));
-        std::filesystem::remove(workfile_);
+        other.reset();
+        EXPECT_TRUE(WaitFor([&] { return !std::filesystem::exists(workfile_); }));
+        EXPECT_TRUE(Messages(*program).join(QString()).contains(QStringLiteral("bevakar den nu")));
     }
     // The window watches: tesselex-cli watch says so on stderr and ends with status 1.
     auto program = Started({QStringLiteral("show")}, true);
