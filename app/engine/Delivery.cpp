@@ -1,6 +1,7 @@
 #include "app/engine/Delivery.h"
 
 #include "app/engine/DurableFile.h"
+#include "app/engine/EngineMessages.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
@@ -8,16 +9,6 @@
 
 namespace tesselex {
 namespace {
-
-// The described FTP texts end at the server; the transfer's own words follow them, as the
-// program's other failures give their cause (docs/behaviour.md).
-std::u16string Because(const Fault& fault) {
-    std::u16string reason = Trim(fault.Reason);
-    while (!reason.empty() && reason.back() == u'.') {
-        reason.pop_back();
-    }
-    return reason.empty() ? std::u16string() : u": " + reason + u".";
-}
 
 // Tells the journal the append about to be made, so a crash part way can be repaired.
 Done Noted(const SaveJournal& journal, const std::filesystem::path& file, const std::string& bytes,
@@ -66,14 +57,11 @@ Outcome<std::u16string> Delivery::SaveExport(std::u16string_view records,
     }
     if (!written) {
         // The old program failed here without a word (docs/behaviour.md).
-        log_.Report(u"Post #" + std::u16string(bibId) + u" kunde inte sparas till " + path + u": " +
-                        written.Reason() + u".",
-                    true);
+        log_.Report(NotSavedMessage(bibId, path, written.Failure()), true);
         return written.Failure();
     }
     lastSaved_ = path;
-    log_.Report(u"Post #" + std::u16string(bibId) + u" sparad till " + path + journal.Late + u".",
-                false);
+    log_.Report(SavedMessage(bibId, path, journal.Late), false);
     return path;
 }
 
@@ -89,18 +77,15 @@ Done Delivery::SendFile(std::u16string_view local, const FtpSettings& ftp,
     const std::u16string remote = RemoteName(ftp, clock_(), loginName_());
     const Outcome<FtpHandle> handle = FtpOpen(ftp.Server, ftp.User, ftp.Password);
     if (!handle) {
-        log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server + Because(handle.Failure()),
-                    true);
+        log_.Report(FtpNotConnectedMessage(ftp.Server, handle.Failure()), true);
         return handle.Failure();
     }
     const Done sent = FtpPut(handle.Value(), remote, TextToPath(local), false);
     if (!sent) {
-        log_.Report(u"Kunde inte skicka MARC-post " + std::u16string(bibId) + u" till " +
-                        ftp.Server + Because(sent.Failure()),
-                    true);
+        log_.Report(FtpNotSentMessage(bibId, ftp.Server, sent.Failure()), true);
         return sent.Failure();
     }
-    log_.Report(u"Skickat post #" + std::u16string(bibId) + u" till " + ftp.Server, false);
+    log_.Report(SentMessage(bibId, ftp.Server), false);
     return {};
 }
 

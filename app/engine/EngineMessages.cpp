@@ -2,11 +2,22 @@
 
 #include <string>
 
+#include "app/engine/Logger.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 
 namespace tesselex {
 namespace {
+
+// The described FTP texts end at the server; the transfer's own words follow them, as the
+// program's other failures give their cause (docs/behaviour.md).
+std::u16string Because(const Fault& fault) {
+    std::u16string reason = Trim(fault.Reason);
+    while (!reason.empty() && reason.back() == u'.') {
+        reason.pop_back();
+    }
+    return reason.empty() ? std::u16string() : u": " + reason + u".";
+}
 
 // " (process 1234)", or nothing when the number is not known.
 std::u16string ProcessText(long long holder) {
@@ -99,6 +110,125 @@ std::u16string RequestTableFetchedMessage(std::u16string_view address) {
 std::u16string KeptRequestTableMessage(const std::filesystem::path& kept) {
     return u"Exportservern svarade inte; frågetabellen från dess senaste svar (" +
            PathToText(kept) + u") används.";
+}
+
+std::u16string SavedMessage(std::u16string_view bibId, std::u16string_view path,
+                            std::u16string_view late) {
+    return u"Post #" + std::u16string(bibId) + u" sparad till " + std::u16string(path) +
+           std::u16string(late) + u".";
+}
+
+std::u16string NotSavedMessage(std::u16string_view bibId, std::u16string_view path,
+                               const Fault& fault) {
+    return u"Post #" + std::u16string(bibId) + u" kunde inte sparas till " + std::u16string(path) +
+           u": " + fault.Reason + u".";
+}
+
+std::u16string FtpNotConnectedMessage(std::u16string_view server, const Fault& fault) {
+    return u"Kunde inte ansluta med FTP till " + std::u16string(server) + Because(fault);
+}
+
+std::u16string FtpNotSentMessage(std::u16string_view bibId, std::u16string_view server,
+                                 const Fault& fault) {
+    return u"Kunde inte skicka MARC-post " + std::u16string(bibId) + u" till " +
+           std::u16string(server) + Because(fault);
+}
+
+std::u16string SentMessage(std::u16string_view bibId, std::u16string_view server) {
+    return u"Skickat post #" + std::u16string(bibId) + u" till " + std::u16string(server);
+}
+
+std::u16string LateNote(const DateTime& savedAt, const DateTime& now) {
+    const bool today =
+        savedAt.Year == now.Year && savedAt.Month == now.Month && savedAt.Day == now.Day;
+    return u" (försenad, sparad " + (today ? FormatTime(savedAt) : FormatDateTime(savedAt)) + u")";
+}
+
+std::u16string BadRecordMessage() {
+    // The counter the text names is never assigned, so it always reads 0 (kept on purpose,
+    // docs/behaviour.md).
+    return u"Post 0 (eller relaterad bestånds- eller auktoritetspost) kunde inte hämtas eller "
+           u"hade felaktigt format.";
+}
+
+std::u16string NoActiveRecordMessage() {
+    return u"Ingen aktiv post!";
+}
+
+std::u16string NotExportedMessage(std::u16string_view bibId, std::u16string_view reason) {
+    return u"Post #" + std::u16string(bibId) + u" kunde inte exporteras: " +
+           std::u16string(reason) + u".";
+}
+
+std::u16string RetryAtMessage(const DateTime& at) {
+    return u"Försöker igen kl. " + FormatTime(at).substr(0, 5) + u".";
+}
+
+std::u16string OutboxUnreadableMessage(const std::filesystem::path& outbox, const Fault& fault) {
+    return u"Väntande exporter i " + PathToText(outbox) + u" kunde inte läsas: " + fault.Reason +
+           u".";
+}
+
+std::u16string NotQueuedMessage(std::u16string_view bibId, const std::filesystem::path& outbox,
+                                const Fault& fault) {
+    return u"Post #" + std::u16string(bibId) + u" kunde inte läggas bland väntande exporter i " +
+           PathToText(outbox) + u": " + fault.Reason + u".";
+}
+
+std::u16string SettingsNotSavedMessage(std::u16string_view file) {
+    return u"Inställningarna kunde inte sparas till " + std::u16string(file) + u".";
+}
+
+std::u16string AddressNotSavedMessage(const std::filesystem::path& file, const Fault& fault) {
+    return u"Serveradressen kunde inte sparas till " + PathToText(file) + u": " + fault.Reason +
+           u".";
+}
+
+std::u16string SaveQuestion() {
+    return u"Spara ändringar?";
+}
+
+std::u16string ConfigNotSavedMessage(const std::filesystem::path& file, const Fault& fault) {
+    return u"Ändringarna kunde inte sparas i " + PathToText(file) + u": " + fault.Reason + u".";
+}
+
+std::u16string ConfigSavedMessage() {
+    return u"Ändringar sparade.";
+}
+
+std::u16string StartFailedMessage(std::u16string_view reason) {
+    return u"Fel vid start: " + std::u16string(reason);
+}
+
+std::u16string LogFolderNotMadeMessage(const std::filesystem::path& folder, const Fault& fault) {
+    return u"Loggmappen " + PathToText(folder) + u" kunde inte skapas: " + fault.Reason + u".";
+}
+
+std::u16string RenameFailedTitle() {
+    return u"Fel vid namnändring";
+}
+
+std::u16string RenameFailedMessage(const std::filesystem::path& config,
+                                   const std::filesystem::path& old) {
+    const std::u16string configText = PathToText(config);
+    const std::u16string oldText = PathToText(old);
+    return u"TESSELEX  använder inte längre filen " + configText +
+           u". Första gången programmet kör kommer inställningarna i denna fil i tillämpliga "
+           u"delar att kopieras och sedan döps filen om till " +
+           oldText +
+           u". Om denna fil redan finns kommer config.txt inte att döpas om och inställningarna "
+           u"kopieras varje gång TESSEL EX startar.\r\n\r\nTa i så fall manuellt bort såväl " +
+           configText + u" som " + oldText + u" från datorn efter att du kört TESSEL EX en gång. ";
+}
+
+std::u16string NoWorkfileMessage() {
+    return u"Du måste ange ett filnamn i Voyager "
+           u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg";
+}
+
+std::u16string OneAtATimeLockedMessage() {
+    return u"Denna inställning kan endast göras om FTP inte används. Vid vidarebefordran med FTP "
+           u"skickas alltid en post i taget.";
 }
 
 }  // namespace tesselex

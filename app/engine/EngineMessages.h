@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "config/Outcome.h"
+#include "config/SharedRoutines.h"
 
 namespace tesselex {
 
@@ -36,5 +37,42 @@ std::u16string NoRequestTableMessage(std::u16string_view address);
 std::u16string RequestTableFetchedMessage(std::u16string_view address);
 // The request table came from the table kept from the server's last answer.
 std::u16string KeptRequestTableMessage(const std::filesystem::path& kept);
+
+// An export's delivery.
+std::u16string SavedMessage(std::u16string_view bibId, std::u16string_view path,
+                            std::u16string_view late);
+std::u16string NotSavedMessage(std::u16string_view bibId, std::u16string_view path,
+                               const Fault& fault);
+std::u16string FtpNotConnectedMessage(std::u16string_view server, const Fault& fault);
+std::u16string FtpNotSentMessage(std::u16string_view bibId, std::u16string_view server,
+                                 const Fault& fault);
+std::u16string SentMessage(std::u16string_view bibId, std::u16string_view server);
+// " (försenad, sparad 10:42:05)", with the date when it was saved on another day than `now`.
+std::u16string LateNote(const DateTime& savedAt, const DateTime& now);
+// "Post 0 ..." as a bad record of a reply is logged: the record counter it names is never set.
+std::u16string BadRecordMessage();
+std::u16string NoActiveRecordMessage();
+std::u16string NotExportedMessage(std::u16string_view bibId, std::u16string_view reason);
+std::u16string RetryAtMessage(const DateTime& at);
+
+// The outbox.
+std::u16string OutboxUnreadableMessage(const std::filesystem::path& outbox, const Fault& fault);
+std::u16string NotQueuedMessage(std::u16string_view bibId, const std::filesystem::path& outbox,
+                                const Fault& fault);
+
+// Settings, start-up and the old settings file.
+std::u16string SettingsNotSavedMessage(std::u16string_view file);
+std::u16string AddressNotSavedMessage(const std::filesystem::path& file, const Fault& fault);
+std::u16string SaveQuestion();
+std::u16string ConfigNotSavedMessage(const std::filesystem::path& file, const Fault& fault);
+std::u16string ConfigSavedMessage();
+std::u16string StartFailedMessage(std::u16string_view reason);
+std::u16string LogFolderNotMadeMessage(const std::filesystem::path& folder, const Fault& fault);
+std::u16string RenameFailedTitle();
+std::u16string RenameFailedMessage(const std::filesystem::path& config,
+                                   const std::filesystem::path& old);
+std::u16string NoWorkfileMessage();
+// Shown beside the one-at-a-time option while an FTP server is set.
+std::u16string OneAtATimeLockedMessage();
 
 }  // namespace tesselex

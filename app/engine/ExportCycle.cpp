@@ -14,20 +14,13 @@
 
 namespace tesselex {
 
-std::u16string BadRecordMessage() {
-    // The counter the text names is never assigned, so it always reads 0 (kept on purpose,
-    // docs/behaviour.md).
-    return u"Post 0 (eller relaterad bestånds- eller auktoritetspost) kunde inte hämtas eller "
-           u"hade felaktigt format.";
-}
-
 ExportReport ExportEngine::Export(std::u16string_view bibId) {
     SetBibId(bibId);
     if (Val(state_.BibId) <= 0) {
-        log_.ShowStatus(u"Ingen aktiv post!", true);
+        log_.ShowStatus(NoActiveRecordMessage(), true);
         ExportReport report;
         report.BibId = state_.BibId;
-        report.Failures.push_back(Fault{FaultKind::BadData, u"Ingen aktiv post!", 0});
+        report.Failures.push_back(Fault{FaultKind::BadData, NoActiveRecordMessage(), 0});
         return report;
     }
     return ExportNow(state_.BibId);
@@ -46,7 +39,7 @@ ExportReport ExportEngine::RunExport(const ExportJob& job, const Waited* waited)
     } catch (const std::exception& e) {
         // The bib id stays for a manual retry.
         const std::u16string reason = Utf8ToText(e.what());
-        log_.Report(u"Post #" + report.BibId + u" kunde inte exporteras: " + reason + u".", true);
+        log_.Report(NotExportedMessage(report.BibId, reason), true);
         report.Failures.push_back(Fault{FaultKind::BadData, reason, 0});
     }
     if (report.Upload && !report.Upload->Ok()) {

@@ -1,5 +1,6 @@
 #include "app/engine/ExportEngine.h"
 
+#include "app/engine/EngineMessages.h"
 #include "app/engine/RequestBuilder.h"
 #include "app/engine/Settings.h"
 #include "config/CfgClass.h"
@@ -73,7 +74,7 @@ void ExportEngine::Store(std::u16string_view key, std::u16string_view value) {
 }
 
 void ExportEngine::ReportSettingsNotSaved() {
-    log_.ShowStatus(u"Inställningarna kunde inte sparas till " + settings_.FileName() + u".", true);
+    log_.ShowStatus(SettingsNotSavedMessage(settings_.FileName()), true);
 }
 
 void ExportEngine::SetListener(EngineListener listener) {

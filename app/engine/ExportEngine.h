@@ -214,7 +214,4 @@ class ExportEngine {
     std::optional<EngineState> sent_;
 };
 
-// "Post 0 ..." as a bad record of a reply is logged: the record counter it names is never set.
-std::u16string BadRecordMessage();
-
 }  // namespace tesselex

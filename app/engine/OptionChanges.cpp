@@ -5,6 +5,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "app/engine/DurableFile.h"
@@ -162,9 +163,7 @@ void ExportEngine::SetServerAddress(std::u16string_view address) {
     const Done written = ReplaceFile(
         file, TextToAnsi(u"[InternetShortcut]\r\nURL=" + std::u16string(address) + u"\r\n"));
     if (!written) {
-        log_.ShowStatus(u"Serveradressen kunde inte sparas till " + PathToText(file) + u": " +
-                            written.Reason() + u".",
-                        true);
+        log_.ShowStatus(AddressNotSavedMessage(file, written.Failure()), true);
     }
     Start();
 }

@@ -7,16 +7,6 @@
 #include "config/Utf.h"
 
 namespace tesselex {
-namespace {
-
-// " (försenad, sparad 10:42:05)", with the date when it was saved on another day.
-std::u16string LateNote(const DateTime& savedAt, const DateTime& now) {
-    const bool today =
-        savedAt.Year == now.Year && savedAt.Month == now.Month && savedAt.Day == now.Day;
-    return u" (försenad, sparad " + (today ? FormatTime(savedAt) : FormatDateTime(savedAt)) + u")";
-}
-
-}  // namespace
 
 bool ExportEngine::ResumeOutbox() {
     if (!outboxLock_.Held() && !outboxUnguarded_) {
@@ -41,9 +31,7 @@ bool ExportEngine::ResumeOutbox() {
     }
     resumed_ = true;
     for (const Fault& problem : outbox_->Resume()) {
-        log_.Report(u"Väntande exporter i " + PathToText(programFolder_ / "Outbox") +
-                        u" kunde inte läsas: " + problem.Reason + u".",
-                    true);
+        log_.Report(OutboxUnreadableMessage(programFolder_ / "Outbox", problem), true);
     }
     return true;
 }
@@ -60,10 +48,7 @@ Outcome<Queued> ExportEngine::QueueExport(const ExportJob& job) {
     }
     const Outcome<bool> added = outbox_->Add(job.BibId, job.SavedAt, job.Options);
     if (!added) {
-        log_.Report(u"Post #" + job.BibId + u" kunde inte läggas bland väntande " +
-                        u"exporter i " + PathToText(programFolder_ / "Outbox") + u": " +
-                        added.Reason() + u".",
-                    true);
+        log_.Report(NotQueuedMessage(job.BibId, programFolder_ / "Outbox", added.Failure()), true);
         return added.Failure();
     }
     NotifyState();
@@ -127,8 +112,8 @@ Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const Attempt
         return delivery_.SendFile(PathToText(entry.Append->File), ftp_, entry.BibId);
     }
     if (Val(entry.BibId) <= 0) {
-        log_.ShowStatus(u"Ingen aktiv post!", true);
-        return Fault{FaultKind::BadData, u"Ingen aktiv post!", 0};
+        log_.ShowStatus(NoActiveRecordMessage(), true);
+        return Fault{FaultKind::BadData, NoActiveRecordMessage(), 0};
     }
     const DateTime now = seams_.Now ? seams_.Now() : LocalNow();
     const Waited waited{SaveJournal{hooks.Appending, late ? LateNote(entry.SavedAt, now) : u""},
@@ -150,8 +135,7 @@ Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const Attempt
 void ExportEngine::AfterTry(const OutboxEntry& entry, const Done& outcome) {
     if (!outcome && !entry.Failed) {
         // The failure's own line stands above; this says when the next try comes.
-        std::u16string message =
-            u"Försöker igen kl. " + FormatTime(DateTimeOf(entry.NextTry)).substr(0, 5) + u".";
+        std::u16string message = RetryAtMessage(DateTimeOf(entry.NextTry));
         log_.ShowStatus(message, false);
         log_.WriteLog(message, true);
     }

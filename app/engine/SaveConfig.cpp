@@ -2,6 +2,7 @@
 
 #include "app/engine/ExportEngine.h"
 #include "app/engine/DurableFile.h"
+#include "app/engine/EngineMessages.h"
 #include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -28,7 +29,7 @@ std::u16string_view Separate(Placement placement) {
 }  // namespace
 
 void ExportEngine::SaveOldSettings() {
-    if (!AskYesNo(u"Spara ändringar?")) {
+    if (!AskYesNo(SaveQuestion())) {
         return;
     }
     // Written over the file start-up reads, whatever the case of its name.
@@ -66,12 +67,11 @@ void ExportEngine::SaveOldSettings() {
     const Done written = ReplaceFile(config, TextToAnsi(text), backup);
     if (!written) {
         // Saying "saved" over a file that was never written would lose the changes unnoticed.
-        Message(u"TESSELEX", u"Ändringarna kunde inte sparas i " + PathToText(config) + u": " +
-                                 written.Reason() + u".");
+        Message(u"TESSELEX", ConfigNotSavedMessage(config, written.Failure()));
         return;
     }
 
-    Message(u"TESSELEX", u"Ändringar sparade.");
+    Message(u"TESSELEX", ConfigSavedMessage());
     Start();
 }
 

@@ -19,27 +19,9 @@
 namespace tesselex {
 namespace {
 
-// Shown beside the one-at-a-time option while an FTP server is set.
-constexpr std::u16string_view OneAtATimeLockedText =
-    u"Denna inställning kan endast göras om FTP inte används. Vid vidarebefordran med FTP "
-    u"skickas alltid en post i taget.";
-
 bool Exists(const std::filesystem::path& path) {
     std::error_code ec;
     return std::filesystem::exists(path, ec);
-}
-
-std::u16string RenameMessage(const std::filesystem::path& config,
-                             const std::filesystem::path& old) {
-    const std::u16string configText = PathToText(config);
-    const std::u16string oldText = PathToText(old);
-    return u"TESSELEX  använder inte längre filen " + configText +
-           u". Första gången programmet kör kommer inställningarna i denna fil i tillämpliga "
-           u"delar att kopieras och sedan döps filen om till " +
-           oldText +
-           u". Om denna fil redan finns kommer config.txt inte att döpas om och inställningarna "
-           u"kopieras varje gång TESSEL EX startar.\r\n\r\nTa i så fall manuellt bort såväl " +
-           configText + u" som " + oldText + u" från datorn efter att du kört TESSEL EX en gång. ";
 }
 
 }  // namespace
@@ -58,7 +40,7 @@ void ExportEngine::RunStep(void (ExportEngine::*step)()) {
     try {
         (this->*step)();
     } catch (const std::exception& e) {
-        log_.ShowStatus(u"Fel vid start: " + Utf8ToText(e.what()), true);
+        log_.ShowStatus(StartFailedMessage(Utf8ToText(e.what())), true);
     }
 }
 
@@ -76,9 +58,7 @@ void ExportEngine::LoadConfig() {
     std::filesystem::create_directories(log_.LogFolder(), ec);
     if (ec) {
         // Every log line after this would fail; said once, here, with the system's reason.
-        log_.ShowStatus(u"Loggmappen " + PathToText(log_.LogFolder()) + u" kunde inte skapas: " +
-                            AnsiToText(SystemReason(ec.value())) + u".",
-                        true);
+        log_.ShowStatus(LogFolderNotMadeMessage(log_.LogFolder(), SystemFault(ec.value())), true);
     }
 }
 
@@ -163,7 +143,7 @@ void ExportEngine::MigrateOldSettings() {
         std::filesystem::rename(config, programFolder_ / "config_old.TXT", ec);
     }
     if (oldExists || ec) {
-        Message(u"Fel vid namnändring", RenameMessage(config, old));
+        Message(RenameFailedTitle(), RenameFailedMessage(config, old));
     }
 }
 
@@ -177,9 +157,7 @@ void ExportEngine::FindWorkfile() {
         seams_.VoyagerWorkFile ? seams_.VoyagerWorkFile(workfile) : VoyagerHoldWorkFile(workfile);
     state_.Workfile = workfile;
     if (workfile.empty()) {
-        Message(u"TESSEL Export",
-                u"Du måste ange ett filnamn i Voyager "
-                u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg");
+        Message(u"TESSEL Export", NoWorkfileMessage());
     }
 }
 
@@ -227,7 +205,7 @@ void ExportEngine::UpdateOneAtATime(bool stored) {
     options.OneAtATimeLocked = !ftp_.Server.empty();
     options.OneAtATime = options.OneAtATimeLocked || stored;
     options.LockedReason =
-        options.OneAtATimeLocked ? std::u16string(OneAtATimeLockedText) : std::u16string();
+        options.OneAtATimeLocked ? OneAtATimeLockedMessage() : std::u16string();
 }
 
 }  // namespace tesselex

@@ -19,9 +19,8 @@ Done ExportEngine::Watch() {
         return {};  // no workfile, nothing polled: nothing to share
     }
     const std::filesystem::path workfile = TextToPath(state_.Workfile);
-    WatchNews news = WatchNews::None;
-    const Done watching = watcher_.Watch(workfile, news);
-    switch (news) {
+    const Watching watching = watcher_.Watch(workfile);
+    switch (watching.News) {
         case WatchNews::Elsewhere:
             log_.ShowStatus(WatchedElsewhereMessage(workfile), true);
             break;
@@ -29,12 +28,12 @@ Done ExportEngine::Watch() {
             log_.ShowStatus(WatchTakenOverMessage(workfile), false);
             break;
         case WatchNews::Unguarded:
-            log_.ShowStatus(LockNotMadeMessage(workfile, watching.Failure()), true);
+            log_.ShowStatus(LockNotMadeMessage(workfile, watching.Lock.Failure()), true);
             break;
         case WatchNews::None:
             break;
     }
-    return watching;
+    return watching.Lock;
 }
 
 bool ExportEngine::MayTakeWorkfile() {
@@ -71,18 +70,14 @@ void ExportEngine::TakeWorkfile() {
     const std::optional<Outcome<Queued>> queued =
         exports ? std::optional<Outcome<Queued>>(QueueExport(job)) : std::nullopt;
     // A bad workfile is still removed; each step goes on whatever the one before did.
-    Fault why;
-    switch (watcher_.Remove(workfile, *contents, why)) {
-        case Removal::SameAgain:
-            if (queued && queued->Ok() && queued->Value() == Queued::New) {
-                (void)outbox_->Drop(job.BibId);  // left, it is delivered: no harm beyond that
-            }
-            return;  // exported already (docs/behaviour.md)
-        case Removal::NotRemoved:
-            log_.Report(WorkfileNotRemovedMessage(workfile, why), true);
-            break;
-        case Removal::Removed:
-            break;
+    const Outcome<Removal> removed = watcher_.Remove(workfile, *contents);
+    if (!removed) {
+        log_.Report(WorkfileNotRemovedMessage(workfile, removed.Failure()), true);
+    } else if (removed.Value() == Removal::SameAgain) {
+        if (queued && queued->Ok() && queued->Value() == Queued::New) {
+            (void)outbox_->Drop(job.BibId);  // left, it is delivered: no harm beyond that
+        }
+        return;  // exported already (docs/behaviour.md)
     }
     if (!bibId) {
         log_.Report(WorkfileUnreadableMessage(workfile, bibId.Failure()), true);

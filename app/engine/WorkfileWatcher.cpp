@@ -24,8 +24,7 @@ bool IsIncomplete(std::u16string_view record) {
 WorkfileWatcher::WorkfileWatcher(Seconds now, Remover remove)
     : now_(std::move(now)), remove_(std::move(remove)) {}
 
-Done WorkfileWatcher::Watch(const std::filesystem::path& workfile, WatchNews& news) {
-    news = WatchNews::None;
+Watching WorkfileWatcher::Watch(const std::filesystem::path& workfile) {
     const std::filesystem::path lockPath = WatchLock::LockPath(workfile);
     if (lockPath != lockPath_) {
         lock_ = FileLock();
@@ -37,20 +36,19 @@ Done WorkfileWatcher::Watch(const std::filesystem::path& workfile, WatchNews& ne
     }
     Outcome<FileLock> taken = FileLock::TryTake(lockPath);
     if (taken) {
-        news = taken_ ? WatchNews::TakenOver : WatchNews::None;
+        const WatchNews news = taken_ ? WatchNews::TakenOver : WatchNews::None;
         lock_ = std::move(taken).Value();
         taken_ = Done();
-        return {};
+        return {Done(), news};
     }
     if (taken.Kind() == FaultKind::Held) {
-        news = taken_ ? WatchNews::None : WatchNews::Elsewhere;
+        const WatchNews news = taken_ ? WatchNews::None : WatchNews::Elsewhere;
         taken_ = taken.Failure();
-        return taken.Failure();
+        return {taken.Failure(), news};
     }
     // A lock that cannot be made must not stop the exports: the saves would wait unseen.
-    news = WatchNews::Unguarded;
     taken_ = Done();
-    return taken.Failure();
+    return {taken.Failure(), WatchNews::Unguarded};
 }
 
 std::optional<std::u16string> WorkfileWatcher::Settled(const std::filesystem::path& workfile) {
@@ -75,8 +73,8 @@ std::optional<std::u16string> WorkfileWatcher::Settled(const std::filesystem::pa
     return contents;
 }
 
-Removal WorkfileWatcher::Remove(const std::filesystem::path& workfile, std::u16string_view contents,
-                                Fault& why) {
+Outcome<Removal> WorkfileWatcher::Remove(const std::filesystem::path& workfile,
+                                         std::u16string_view contents) {
     std::error_code ec;
     if (remove_) {
         remove_(workfile, ec);
@@ -95,8 +93,7 @@ Removal WorkfileWatcher::Remove(const std::filesystem::path& workfile, std::u16s
         return Removal::SameAgain;
     }
     undeletable_ = identity;
-    why = SystemFault(ec.value());
-    return Removal::NotRemoved;
+    return SystemFault(ec.value());
 }
 
 }  // namespace tesselex

@@ -25,11 +25,17 @@ enum class WatchNews {
     Unguarded,  // no lock can be made: watched anyway (told once, with the fault)
 };
 
-// What removing a taken workfile came to.
+// What taking the watch lock came to: Held when another program watches the workfile, and this
+// one takes nothing from it; FileSystem when no lock can be made, and it is watched unguarded.
+struct Watching {
+    Done Lock;
+    WatchNews News = WatchNews::None;
+};
+
+// A workfile that was removed, or the same one that could not be removed before.
 enum class Removal {
     Removed,
-    NotRemoved,  // it stays: exported this once, and not again until it changes
-    SameAgain,   // the same workfile that could not be removed before: not exported again
+    SameAgain,  // not exported again until it changes
 };
 
 class WorkfileWatcher {
@@ -39,15 +45,14 @@ class WorkfileWatcher {
     using Remover = std::function<bool(const std::filesystem::path&, std::error_code&)>;
     WorkfileWatcher(Seconds now, Remover remove);
 
-    // Takes or keeps the watch lock of the workfile (a new path lets the old lock go). Held:
-    // another program has it, and this one takes nothing; FileSystem: it cannot be made, and
-    // the workfile is watched unguarded. `news` says what is new to tell.
-    [[nodiscard]] Done Watch(const std::filesystem::path& workfile, WatchNews& news);
+    // Takes or keeps the watch lock of the workfile (a new path lets the old lock go).
+    [[nodiscard]] Watching Watch(const std::filesystem::path& workfile);
     // The workfile's contents once it is there and written whole; nothing while it is missing
     // or still being written.
     std::optional<std::u16string> Settled(const std::filesystem::path& workfile);
-    // Removes the taken workfile; `why` holds the system's reason when it stays.
-    Removal Remove(const std::filesystem::path& workfile, std::u16string_view contents, Fault& why);
+    // Removes the taken workfile. The fault: it stays, and is exported this once.
+    [[nodiscard]] Outcome<Removal> Remove(const std::filesystem::path& workfile,
+                                          std::u16string_view contents);
 
   private:
     Seconds now_;

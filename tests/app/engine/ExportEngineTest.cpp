@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "app/engine/EngineMessages.h"
 #include "config/CfgClass.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
