@@ -5,6 +5,7 @@
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
+#include "config/Upload.h"
 #include "config/Utf.h"
 
 namespace tesselex {
@@ -12,7 +13,7 @@ namespace {
 
 // The described FTP texts end at the server; the transfer's own words follow them, as the
 // program's other failures give their cause (docs/behaviour.md).
-std::u16string Because(const FtpError& error) {
+std::u16string Because(const Fault& error) {
     std::u16string reason = Trim(error.Reason);
     while (!reason.empty() && reason.back() == u'.') {
         reason.pop_back();
@@ -91,19 +92,23 @@ Done Delivery::SendExport(std::u16string_view destination, const FtpSettings& ft
 Done Delivery::SendFile(std::u16string_view local, const FtpSettings& ftp,
                         std::u16string_view bibId) {
     const std::u16string remote = RemoteName(ftp, clock_(), loginName_());
-    FtpError error;
-    FtpHandle handle = FtpConnect(ftp.Server, ftp.User, ftp.Password, &error);
-    if (!handle) {
-        log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server + Because(error), true);
-        return Fault{FaultKind::NoConnection, error.Reason, 0};
+    UploadTarget target;
+    target.Server = ftp.Server;
+    target.User = ftp.User;
+    target.Password = ftp.Password;
+    Outcome<UploadConnection> connection = UploadConnection::Open(target);
+    if (!connection) {
+        log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server +
+                        Because(connection.Failure()),
+                    true);
+        return connection.Failure();
     }
-    const bool sent = FtpSend(handle, remote, TextToPath(local), false, &error);
-    FtpClose(handle);
+    const Done sent = connection.Value().Put(remote, TextToPath(local), false);
     if (!sent) {
         log_.Report(u"Kunde inte skicka MARC-post " + std::u16string(bibId) + u" till " +
-                        ftp.Server + Because(error),
+                        ftp.Server + Because(sent.Failure()),
                     true);
-        return Fault{FaultKind::Refused, error.Reason, 0};
+        return sent.Failure();
     }
     log_.Report(u"Skickat post #" + std::u16string(bibId) + u" till " + ftp.Server, false);
     return {};

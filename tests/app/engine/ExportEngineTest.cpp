@@ -537,7 +537,7 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAloneAfterASuccessfulSave) {
     engine.SetFtp({ftp_.ServerText(), ftp_.UserText(), u"wrong", u"", u"export.mrc"});
     lines_.clear();
     const ExportReport refused = engine.Export(u"12515882");
-    EXPECT_EQ(refused.Upload->Kind(), FaultKind::NoConnection);
+    EXPECT_EQ(refused.Upload->Kind(), FaultKind::Refused) << "a log-in the server refused";
     EXPECT_EQ(Delivered(), SampleReply());
     ASSERT_EQ(lines_.size(), 3U);
     EXPECT_EQ(lines_[2].Message, u"Försöker igen kl. 10:00.") << "the upload is tried again";
