@@ -218,6 +218,10 @@ void PrintEngineHelp(std::ostream& out) {
            "  outbox retry           try every waiting export now; exit status 1 when any\n"
            "                         still waits\n"
            "  outbox drop BIBID      give up the bib id's waiting export\n"
+           "  ftp test [--trust]     connect with the FTP settings in force: the protocol, the\n"
+           "                         server's certificate or host-key fingerprint and whether\n"
+           "                         it is trusted, then (trusted only) log in and list\n"
+           "                         FTPDirectory; --trust first stores the fingerprint seen\n"
            "\n"
            "Settings keys:\n";
     for (const SettingKeyInfo& info : SettingKeys()) {

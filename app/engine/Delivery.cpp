@@ -1,6 +1,7 @@
 #include "app/engine/Delivery.h"
 
 #include "app/engine/DurableFile.h"
+#include "app/engine/Settings.h"
 #include "app/engine/WholeWrite.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
@@ -48,6 +49,32 @@ std::u16string RemoteName(const FtpSettings& ftp, const DateTime& at, std::u16st
     return remote;
 }
 
+FtpSettings ReadFtpSettings(const Settings& settings) {
+    FtpSettings ftp;
+    ftp.Server = settings.Setting(SettingKey::FTPServer);
+    ftp.User = settings.Setting(SettingKey::FTPUser);
+    ftp.Password = settings.Setting(SettingKey::FTPPassword);
+    ftp.Directory = Trim(settings.Setting(SettingKey::FTPDirectory));
+    ftp.Filename = settings.Setting(SettingKey::FTPFilename);
+    ftp.Protocol = settings.Setting(SettingKey::FTPProtocol);
+    ftp.Trust = settings.Setting(SettingKey::FTPTrust);
+    return ftp;
+}
+
+Outcome<UploadTarget> UploadTargetOf(const FtpSettings& ftp) {
+    const Outcome<UploadProtocol> protocol = ParseUploadProtocol(ftp.Protocol);
+    if (!protocol) {
+        return protocol.Failure();
+    }
+    UploadTarget target;
+    target.Protocol = protocol.Value();
+    target.Server = ftp.Server;
+    target.User = ftp.User;
+    target.Password = ftp.Password;
+    target.Trusted = TrustedFingerprint(ftp.Trust, target.Protocol, ftp.Server);
+    return target;
+}
+
 Delivery::Delivery(Logger& log, Clock clock, LoginName loginName)
     : log_(log), clock_(std::move(clock)), loginName_(std::move(loginName)) {}
 
@@ -92,11 +119,9 @@ Done Delivery::SendExport(std::u16string_view destination, const FtpSettings& ft
 Done Delivery::SendFile(std::u16string_view local, const FtpSettings& ftp,
                         std::u16string_view bibId) {
     const std::u16string remote = RemoteName(ftp, clock_(), loginName_());
-    UploadTarget target;
-    target.Server = ftp.Server;
-    target.User = ftp.User;
-    target.Password = ftp.Password;
-    Outcome<UploadConnection> connection = UploadConnection::Open(target);
+    const Outcome<UploadTarget> target = UploadTargetOf(ftp);
+    Outcome<UploadConnection> connection =
+        target ? UploadConnection::Open(target.Value()) : target.Failure();
     if (!connection) {
         log_.Report(u"Kunde inte ansluta med FTP till " + ftp.Server +
                         Because(connection.Failure()),

@@ -415,7 +415,7 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
     EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
         engine.SetOption(Option::Libraries, std::u16string(3000, u'x'));
         const std::u16string big(3000, u's');
-        engine.SetFtp({big, big, big, big, big});
+        engine.SetFtp({big, big, big, big, big, big, big});
         const std::u16string failed =
             u"Inställningarna kunde inte sparas till " + PathToText(dir_ / "settings.ini") + u".";
         return lines_.size() == 2 && lines_[0].IsError && lines_[0].Message == failed &&
