@@ -1,8 +1,10 @@
 #include "app/gui/MainProgram.h"
 
 #include <QApplication>
+#include <QEventLoop>
 #include <QStringList>
 #include <chrono>
+#include <thread>
 #include <QMessageBox>
 #include <QSystemTrayIcon>
 
@@ -261,18 +263,28 @@ QString CheckText(const ServerCheck& check) {
 
 // Connects with the dialog's values and shows what it found; a server not yet trusted is
 // trusted only when the cataloguer says so, and a changed fingerprint is named as such. The
-// check runs while the dialog waits (at most its connect limit).
+// check runs on a thread of its own, so a silent server does not freeze the window; the dialog
+// waits disabled meanwhile.
 void TestConnection(frmFTP& dialog, FtpSettings& ftp) {
     ftp = FtpOfDialog(dialog, ftp);
     const QString title = QStringLiteral("Testa anslutning");
     const auto check = [&] {
-        QApplication::setOverrideCursor(Qt::WaitCursor);
         Outcome<UploadTarget> target = UploadTargetOf(ftp);
-        if (target) {
-            target.Value().Limit = std::chrono::seconds(30);
+        if (!target) {
+            return Outcome<ServerCheck>(target.Failure());
         }
-        Outcome<ServerCheck> found =
-            target ? CheckServer(target.Value(), ftp.Directory) : target.Failure();
+        target.Value().Limit = std::chrono::seconds(30);
+        Outcome<ServerCheck> found = Fault{FaultKind::NoConnection, u"not tried", 0};
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        dialog.setEnabled(false);
+        QEventLoop waiting;
+        std::thread worker([&] {
+            found = CheckServer(target.Value(), ftp.Directory);
+            QMetaObject::invokeMethod(&waiting, &QEventLoop::quit, Qt::QueuedConnection);
+        });
+        waiting.exec();
+        worker.join();
+        dialog.setEnabled(true);
         QApplication::restoreOverrideCursor();
         return found;
     };
