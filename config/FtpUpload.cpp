@@ -338,11 +338,13 @@ Outcome<ServerCheck> CheckServer(const UploadTarget& target, std::u16string_view
     }
     if (!check.Trusted) {
         check.Listing = TransferFaultOf(TransferSignal{
-            .TrustProblem = target.Protocol != UploadProtocol::Sftp ? TransferSignal::Trust::Untrusted
+            .TrustProblem = target.Protocol != UploadProtocol::Sftp
+                                ? TransferSignal::Trust::Untrusted
                             : trusted.empty() ? TransferSignal::Trust::UnknownKey
                                               : TransferSignal::Trust::ChangedKey,
-            .Words = u"not logged in: the server's fingerprint " + check.Fingerprint +
-                     u" is not the trusted one"});
+            .Words =
+                u"not logged in: the server's fingerprint " + check.Fingerprint +
+                (trusted.empty() ? u" is not trusted yet" : u" is not the trusted " + trusted)});
         return check;
     }
     Outcome<UploadConnection> connection = UploadConnection::Open(target);

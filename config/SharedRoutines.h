@@ -1,9 +1,9 @@
 #pragma once
 // The shared file and network routines. They keep no state of their own: each call opens and
 // closes what it uses (an upload connection, config/Upload.h, closes with its object). None of
-// them raises on a network or file failure. Each answers an Outcome that says why it failed; the routines
-// of the old program's shape (an empty text, a null handle or false on failure) are thin
-// wrappers over them, for the callers that decide nothing from the reason.
+// them raises on a network or file failure. Each answers an Outcome that says why it failed;
+// the routines of the old program's shape (an empty text, a null handle or false on failure)
+// are thin wrappers over them, for the callers that decide nothing from the reason.
 //
 // 8-bit strings (replies, whole files) hold one character per byte, decoded through the code
 // page (config/CodePage.h), so they can be turned back into the same bytes.

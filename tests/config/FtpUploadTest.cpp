@@ -142,7 +142,8 @@ TEST_P(Upload, RemoteNamesAreStoredAsGivenAndFoldersNotMade) {
     EXPECT_EQ(Stored("in/absolute.mrc"), "data");
     const auto listing = connection.List(u"in");
     ASSERT_TRUE(listing) << TextToUtf8(listing.Reason());
-    EXPECT_EQ(listing.Value(), (std::vector<std::u16string>{u"absolute.mrc", u"with space #1.mrc"}));
+    EXPECT_EQ(listing.Value(),
+              (std::vector<std::u16string>{u"absolute.mrc", u"with space #1.mrc"}));
     EXPECT_EQ(FaultOf(connection.Put(u"missing/x.mrc", local_ / "x.mrc", false)),
               UploadFault::PathRefused);
     EXPECT_FALSE(std::filesystem::exists(server_->Root() / "missing"));
@@ -335,7 +336,8 @@ TEST_F(Trust, TlsServersAreVerifiedOrPinned) {
         target.Trusted = FromAscii(c.Pin);
         target.CaFile = c.CaFile;
         Outcome<UploadConnection> connection = UploadConnection::Open(target);
-        ASSERT_EQ(FaultOf(connection), c.Fault) << TextToUtf8(connection ? u"" : connection.Reason());
+        ASSERT_EQ(FaultOf(connection), c.Fault)
+            << TextToUtf8(connection ? u"" : connection.Reason());
         if (connection) {
             EXPECT_TRUE(connection.Value().Put(u"x.mrc", local / "x.mrc", false));
             EXPECT_EQ(ReadBytes(c.Server->Root() / "x.mrc"), "data");

@@ -123,8 +123,10 @@ TEST_F(frmFTPTest, PlainFtpWithAPasswordIsWarnedAboutAndTheTesterGetsTheValuesSh
     QTest::keyClick(&protocol, Qt::Key_Up);
     dialog_.SetValue(frmFTP::kPassword, QString());
     EXPECT_FALSE(warning.isVisibleTo(&dialog_)) << "no password, nothing to warn about";
-    for (const auto& [given, shown] : {std::pair{"SFTP ", "sftp"}, {"ftps-implicit", "ftps-implicit"},
-                                       {"", "ftp"}, {"scp", "ftp"}}) {
+    for (const auto& [given, shown] : {std::pair{"SFTP ", "sftp"},
+                                       {"ftps-implicit", "ftps-implicit"},
+                                       {"", "ftp"},
+                                       {"scp", "ftp"}}) {
         dialog_.SetProtocol(QString::fromLatin1(given));
         EXPECT_EQ(dialog_.Protocol().toStdString(), shown);
     }

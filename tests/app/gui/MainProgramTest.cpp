@@ -318,7 +318,8 @@ TEST_F(MainProgramTest, TestingTheConnectionAsksBeforeItTrustsTheServer) {
     ASSERT_EQ(shown.size(), 2) << shown.join(u'|').toStdString();
     EXPECT_TRUE(shown[0].contains(QString::fromStdString(sftp.HostKey())));
     EXPECT_TRUE(shown[0].contains(QStringLiteral("Vill du lita på servern")));
-    EXPECT_TRUE(shown[1].contains(QStringLiteral("Inloggningen lyckades"))) << shown[1].toStdString();
+    EXPECT_TRUE(shown[1].contains(QStringLiteral("Inloggningen lyckades")))
+        << shown[1].toStdString();
 }
 
 }  // namespace
