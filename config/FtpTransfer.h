@@ -1,14 +1,18 @@
 #pragma once
-// Private to the shared routines: one logged-in FTP session of the platform (libcurl in
-// FtpTransferCurl.cpp, the Windows Internet functions in FtpTransferWin.cpp). The routines built
-// on it (FtpUpload.cpp) are the same everywhere, so every platform classifies each failure the
-// same way: the transfer only says what happened, in its own words.
+// Private to the shared routines: one logged-in upload session of the platform (libcurl in
+// FtpTransferCurl.cpp, the Windows Internet functions in FtpTransferWin.cpp, which speak plain
+// FTP only). The platform reports what it saw as a TransferSignal; TransferFaultOf
+// (FtpUpload.cpp) turns it into the fault, so every platform classifies each failure the same way.
 
 #include <chrono>
+#include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "config/Outcome.h"
+#include "config/Upload.h"
 
 namespace tesselex {
 
@@ -18,11 +22,35 @@ struct FtpServerAddress {
 };
 
 // What a failed platform call saw.
-struct FtpTransferFailure {
+struct TransferSignal {
+    enum class Trust { Fine, UnknownKey, ChangedKey, Untrusted };
     bool TimedOut = false;
-    bool Declined = false;  // the server answered no (log-in, permission, missing folder)
-    int ServerReply = 0;    // the server's last reply code, 0 when there was none
-    std::u16string Words;   // the server's reply or the platform's words
+    bool LoginDeclined = false;  // the server did not accept the user and password
+    bool Declined = false;       // the server answered no to a command (permission, folder)
+    bool DiskFull = false;
+    bool Unsupported = false;
+    bool LocalFile = false;
+    Trust TrustProblem = Trust::Fine;
+    int ServerReply = 0;     // the server's last reply code, 0 when there was none
+    std::u16string Words;    // the server's reply or the platform's words
+};
+Fault TransferFaultOf(const TransferSignal& signal);
+
+struct TransferSettings {
+    UploadProtocol Protocol = UploadProtocol::Ftp;
+    FtpServerAddress Address;
+    std::u16string User;
+    std::u16string Password;
+    std::u16string Trusted;
+    std::filesystem::path CaFile;
+    std::chrono::milliseconds Wait{0};  // of each wait for the server
+    std::chrono::seconds Limit{0};      // of each upload as a whole
+};
+
+// The identity a server showed before any log-in.
+struct ServerIdentity {
+    std::u16string Fingerprint;
+    std::u16string Certificate;
 };
 
 class FtpTransfer {
@@ -32,17 +60,16 @@ class FtpTransfer {
     FtpTransfer(const FtpTransfer&) = delete;
     FtpTransfer& operator=(const FtpTransfer&) = delete;
 
-    // Connects and logs in (passive mode); each wait for the server lasts at most `wait`, and
-    // each later upload as a whole at most `limit`.
-    std::optional<FtpTransferFailure> Connect(const FtpServerAddress& address,
-                                              std::u16string_view user,
-                                              std::u16string_view password,
-                                              std::chrono::milliseconds wait,
-                                              std::chrono::seconds limit);
+    // Connects, verifies the server and logs in (passive mode for FTP).
+    [[nodiscard]] Done Connect(const TransferSettings& settings);
+    // Connects only as far as the server's certificate or host key, sends no user or password,
+    // and answers its fingerprint.
+    [[nodiscard]] Outcome<ServerIdentity> Identify(const TransferSettings& settings);
     // Stores the bytes under the remote name (a path on the server, used exactly as given).
     // Text bytes come with CR LF line ends and are announced as a text transfer.
-    std::optional<FtpTransferFailure> Send(std::u16string_view remote, const std::string& bytes,
-                                           bool text);
+    [[nodiscard]] Done Send(std::u16string_view remote, const std::string& bytes, bool text);
+    // The names in the folder ("" the log-in folder).
+    [[nodiscard]] Outcome<std::vector<std::u16string>> List(std::u16string_view folder);
 
   private:
     struct Session;

@@ -1,16 +1,19 @@
-// The FTP session through libcurl: the log-in made by Connect stays open in the easy handle and
-// every Send reuses it.
+// The upload session through libcurl: plain FTP, FTP over TLS and SFTP. The log-in made by
+// Connect stays open in the easy handle and every Send reuses it.
 
 #include <algorithm>
 #include <cstring>
 
 #include "config/CodePage.h"
 #include "config/CurlSession.h"
+#include "config/Fingerprint.h"
 #include "config/FtpTransfer.h"
 #include "config/Strings.h"
 
 namespace tesselex {
 namespace {
+
+using Trust = TransferSignal::Trust;
 
 // Bytes handed to libcurl from memory.
 struct Source {
@@ -26,11 +29,17 @@ size_t ReadBytes(char* buffer, size_t size, size_t count, void* data) {
     return length;
 }
 
+size_t KeepBytes(char* buffer, size_t size, size_t count, void* data) {
+    static_cast<std::string*>(data)->append(buffer, size * count);
+    return size * count;
+}
+
 // The remote name as an address path, every piece escaped. The name is stored under exactly
-// the text given: a leading "/" stays absolute, and no folder is created on the way.
-std::string RemotePath(CURL* easy, std::u16string_view remote) {
+// the text given: a leading "/" stays absolute, and no folder is created on the way. An SFTP
+// path is absolute on the server, so a relative name is made relative to the log-in folder.
+std::string RemotePath(CURL* easy, std::u16string_view remote, bool sftp) {
     const std::string bytes = detail::ToNetworkBytes(remote);
-    std::string path;
+    std::string path = sftp && !bytes.starts_with('/') ? "~/" : "";
     std::size_t start = 0;
     while (start <= bytes.size()) {
         std::size_t end = bytes.find('/', start);
@@ -45,105 +54,271 @@ std::string RemotePath(CURL* easy, std::u16string_view remote) {
         path += escaped;
         curl_free(escaped);
         if (end < bytes.size()) {
-            path += (end == 0) ? "%2F" : "/";
+            path += (end == 0 && !sftp) ? "%2F" : "/";
         }
         start = end + 1;
     }
     return path;
 }
 
+// A key that matches no certificate: a connection pinned to it stops right after the handshake,
+// before any user name or password is sent, with the certificate read.
+constexpr char kNoPin[] = "sha256//AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA=";
+
+// What the host-key check of the last SSH connection saw.
+struct HostKeyCheck {
+    std::string Trusted;  // the stored fingerprint, empty when none is
+    std::string Seen;
+    Trust Verdict = Trust::Fine;
+};
+
+// SSH: the server's key is compared with the stored fingerprint before any log-in.
+int CheckHostKey(void* data, int /*type*/, const char* key, size_t length) {
+    auto* check = static_cast<HostKeyCheck*>(data);
+    check->Seen = SshHostKeyFingerprint(std::string_view(key, length));
+    if (check->Trusted.empty()) {
+        check->Verdict = Trust::UnknownKey;
+    } else if (check->Trusted != check->Seen) {
+        check->Verdict = Trust::ChangedKey;
+    }
+    return check->Verdict == Trust::Fine ? CURLKHMATCH_OK : CURLKHMATCH_MISMATCH;
+}
+
 }  // namespace
 
 struct FtpTransfer::Session {
     detail::CurlEasy Easy;
+    UploadProtocol Protocol = UploadProtocol::Ftp;
     std::string Base;  // "ftp://host:port/"
     std::string User;
     std::string Password;
+    std::string Trusted;
+    std::string CaFile;
     char ErrorText[CURL_ERROR_SIZE] = {};
+    HostKeyCheck HostKey;
 
-    FtpTransferFailure Failure(CURLcode code) {
+    bool Tls() const {
+        return Protocol == UploadProtocol::Ftps || Protocol == UploadProtocol::FtpsImplicit;
+    }
+
+    Fault Failure(CURLcode code) {
         long reply = 0;
         curl_easy_getinfo(Easy.get(), CURLINFO_RESPONSE_CODE, &reply);
-        FtpTransferFailure failure;
-        failure.TimedOut = code == CURLE_OPERATION_TIMEDOUT;
-        failure.Declined = code == CURLE_LOGIN_DENIED || code == CURLE_REMOTE_ACCESS_DENIED ||
-                           code == CURLE_UPLOAD_FAILED || code == CURLE_REMOTE_FILE_NOT_FOUND;
-        failure.ServerReply = static_cast<int>(reply);
-        failure.Words = AnsiToText(ErrorText[0] != '\0' ? std::string(ErrorText)
-                                                        : std::string(curl_easy_strerror(code)));
-        return failure;
+        TransferSignal signal;
+        signal.TimedOut = code == CURLE_OPERATION_TIMEDOUT;
+        signal.LoginDeclined = code == CURLE_LOGIN_DENIED;
+        signal.Declined = code == CURLE_REMOTE_ACCESS_DENIED || code == CURLE_UPLOAD_FAILED ||
+                          code == CURLE_REMOTE_FILE_NOT_FOUND || code == CURLE_QUOTE_ERROR;
+        signal.DiskFull = code == CURLE_REMOTE_DISK_FULL;
+        signal.Unsupported = code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_USE_SSL_FAILED;
+        if (Protocol == UploadProtocol::Sftp) {
+            signal.TrustProblem = HostKey.Verdict;
+        } else if (code == CURLE_PEER_FAILED_VERIFICATION ||
+                   code == CURLE_SSL_PINNEDPUBKEYNOTMATCH || code == CURLE_SSL_CACERT_BADFILE) {
+            signal.TrustProblem = Trust::Untrusted;
+        }
+        // An SSH reply is a status, not an FTP code.
+        signal.ServerReply = Protocol == UploadProtocol::Sftp ? 0 : static_cast<int>(reply);
+        signal.Words = AnsiToText(ErrorText[0] != '\0' ? std::string(ErrorText)
+                                                       : std::string(curl_easy_strerror(code)));
+        if (HostKey.Verdict != Trust::Fine) {
+            signal.Words = FromAscii(HostKey.Verdict == Trust::UnknownKey
+                                         ? "the server's host key " + HostKey.Seen +
+                                               " is not trusted yet"
+                                         : "the server's host key " + HostKey.Seen +
+                                               " is not the trusted " + Trusted);
+        }
+        return TransferFaultOf(signal);
+    }
+
+    Done Perform() {
+        ErrorText[0] = '\0';
+        HostKey.Verdict = Trust::Fine;
+        const CURLcode code = curl_easy_perform(Easy.get());
+        return code == CURLE_OK ? Done() : Failure(code);
     }
 };
 
 FtpTransfer::FtpTransfer() = default;
 FtpTransfer::~FtpTransfer() = default;
 
-std::optional<FtpTransferFailure> FtpTransfer::Connect(const FtpServerAddress& address,
-                                                       std::u16string_view user,
-                                                       std::u16string_view password,
-                                                       std::chrono::milliseconds wait,
-                                                       std::chrono::seconds limit) {
+Done FtpTransfer::Connect(const TransferSettings& settings) {
     session_ = std::make_unique<Session>();
     session_->Easy = detail::NewCurlEasy();
     if (!session_->Easy) {
-        return FtpTransferFailure{false, false, 0, u"no transfer could be made"};
+        return TransferFaultOf(TransferSignal{.Words = u"no transfer could be made"});
     }
-    CURL* easy = session_->Easy.get();
-    const bool v6 = address.Host.find(u':') != std::u16string::npos;
-    session_->Base = "ftp://" + std::string(v6 ? "[" : "") + detail::ToNetworkBytes(address.Host) +
-                     (v6 ? "]" : "") + ":" + std::to_string(address.Port) + "/";
-    session_->User = detail::ToNetworkBytes(user);
-    session_->Password = detail::ToNetworkBytes(password);
-    const long waitSeconds = std::max(1L, static_cast<long>(wait.count() / 1000));
-    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "ftp");
-    curl_easy_setopt(easy, CURLOPT_USERNAME, session_->User.c_str());
-    curl_easy_setopt(easy, CURLOPT_PASSWORD, session_->Password.c_str());
+    Session& s = *session_;
+    CURL* easy = s.Easy.get();
+    s.Protocol = settings.Protocol;
+    const char* scheme = settings.Protocol == UploadProtocol::Sftp           ? "sftp"
+                         : settings.Protocol == UploadProtocol::FtpsImplicit ? "ftps"
+                                                                             : "ftp";
+    const bool v6 = settings.Address.Host.find(u':') != std::u16string::npos;
+    s.Base = std::string(scheme) + "://" + (v6 ? "[" : "") +
+             detail::ToNetworkBytes(settings.Address.Host) + (v6 ? "]" : "") + ":" +
+             std::to_string(settings.Address.Port) + "/";
+    s.User = detail::ToNetworkBytes(settings.User);
+    s.Password = detail::ToNetworkBytes(settings.Password);
+    s.Trusted = detail::ToNetworkBytes(settings.Trusted);
+    s.CaFile = settings.CaFile.string();
+    s.HostKey.Trusted = s.Trusted;
+    const long waitSeconds = std::max(1L, static_cast<long>(settings.Wait.count() / 1000));
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, scheme);
+    curl_easy_setopt(easy, CURLOPT_USERNAME, s.User.c_str());
+    curl_easy_setopt(easy, CURLOPT_PASSWORD, s.Password.c_str());
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT, waitSeconds);
     curl_easy_setopt(easy, CURLOPT_SERVER_RESPONSE_TIMEOUT, waitSeconds);
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, waitSeconds);
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS,
-                     static_cast<long>(std::chrono::milliseconds(limit).count()));
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, session_->ErrorText);
-    curl_easy_setopt(easy, CURLOPT_FTPPORT, nullptr);  // passive
-    curl_easy_setopt(easy, CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_NOCWD));
-    // Log in and stop: the connection stays open in the handle for the uploads.
-    curl_easy_setopt(easy, CURLOPT_URL, session_->Base.c_str());
-    curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
-    if (const CURLcode code = curl_easy_perform(easy); code != CURLE_OK) {
-        return session_->Failure(code);
+                     static_cast<long>(std::chrono::milliseconds(settings.Limit).count()));
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, s.ErrorText);
+    if (settings.Protocol == UploadProtocol::Sftp) {
+        // Only the password: no key of the user's own is offered, no known_hosts file read.
+        curl_easy_setopt(easy, CURLOPT_SSH_AUTH_TYPES,
+                         static_cast<long>(CURLSSH_AUTH_PASSWORD | CURLSSH_AUTH_KEYBOARD));
+        curl_easy_setopt(easy, CURLOPT_SSH_HOSTKEYFUNCTION, CheckHostKey);
+        curl_easy_setopt(easy, CURLOPT_SSH_HOSTKEYDATA, static_cast<void*>(&s.HostKey));
+    } else {
+        curl_easy_setopt(easy, CURLOPT_FTPPORT, nullptr);  // passive
+        curl_easy_setopt(easy, CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_NOCWD));
     }
-    return std::nullopt;
+    if (s.Tls()) {
+        if (settings.Protocol == UploadProtocol::Ftps) {
+            curl_easy_setopt(easy, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_ALL));
+        }
+        // TLS 1.3 on a reused FTPS connection can cut later uploads short while reporting
+        // success, so FTPS stays on TLS 1.2.
+        // CURL_SSLVERSION_MAX_TLSv1_2 spelt out: the macro's enum arithmetic trips the warnings.
+        const long versions =
+            long{CURL_SSLVERSION_TLSv1_2} | (long{CURL_SSLVERSION_TLSv1_2} << 16);
+        curl_easy_setopt(easy, CURLOPT_SSLVERSION, versions);
+        // The certificate is kept for the fingerprint "test connection" shows.
+        curl_easy_setopt(easy, CURLOPT_CERTINFO, 1L);
+        if (!s.Trusted.empty()) {
+            // A pinned key trusts the server whoever signed its certificate.
+            curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, s.Trusted.c_str());
+            curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
+            curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
+        } else if (!s.CaFile.empty()) {
+            curl_easy_setopt(easy, CURLOPT_CAINFO, s.CaFile.c_str());
+        }
+    }
+    // Log in and stop: the connection stays open in the handle for the uploads.
+    const std::string start = s.Base + (settings.Protocol == UploadProtocol::Sftp ? "~/" : "");
+    curl_easy_setopt(easy, CURLOPT_URL, start.c_str());
+    curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    return s.Perform();
 }
 
-std::optional<FtpTransferFailure> FtpTransfer::Send(std::u16string_view remote,
-                                                    const std::string& bytes, bool text) {
+Outcome<ServerIdentity> FtpTransfer::Identify(const TransferSettings& settings) {
+    TransferSettings look = settings;
+    look.Trusted.clear();
+    look.User = u"";
+    look.Password = u"";
+    const Done connected = [&] {
+        // The pin that matches nothing, or the host key refused: nothing is sent past them.
+        if (settings.Protocol == UploadProtocol::Sftp) {
+            return Connect(look);
+        }
+        look.Trusted = FromAscii(kNoPin);
+        return Connect(look);
+    }();
     if (!session_ || !session_->Easy) {
-        return FtpTransferFailure{false, false, 0, u"not connected"};
+        return connected ? TransferFaultOf(TransferSignal{.Words = u"no transfer"})
+                         : connected.Failure();
     }
-    // libcurl sends every LF of a text upload as CR LF, so the CR LF prepared for the server
-    // would go out as CR CR LF: it is handed over as LF.
-    const std::string lines = text ? TextToAnsi(ReplaceAll(AnsiToText(bytes), u"\r\n", u"\n")) : "";
+    if (settings.Protocol == UploadProtocol::Sftp) {
+        if (session_->HostKey.Seen.empty()) {
+            return connected ? TransferFaultOf(TransferSignal{.Words = u"no host key seen"})
+                             : connected.Failure();
+        }
+        return ServerIdentity{FromAscii(session_->HostKey.Seen), {}};
+    }
+    curl_certinfo* chain = nullptr;
+    curl_easy_getinfo(session_->Easy.get(), CURLINFO_CERTINFO, &chain);
+    if (chain != nullptr && chain->num_of_certs > 0) {
+        for (curl_slist* item = chain->certinfo[0]; item != nullptr; item = item->next) {
+            const std::string_view line(item->data);
+            if (line.starts_with("Cert:")) {
+                if (const auto prints = FingerprintsOfPem(line)) {
+                    return ServerIdentity{FromAscii(prints->Pin), FromAscii(prints->Certificate)};
+                }
+            }
+        }
+    }
+    return connected ? TransferFaultOf(TransferSignal{.Words = u"the server showed no certificate"})
+                     : connected.Failure();
+}
+
+Done FtpTransfer::Send(std::u16string_view remote, const std::string& bytes, bool text) {
+    if (!session_ || !session_->Easy) {
+        return TransferFaultOf(TransferSignal{.Words = u"not connected"});
+    }
+    Session& s = *session_;
+    const bool sftp = s.Protocol == UploadProtocol::Sftp;
+    // libcurl sends every LF of an FTP text upload as CR LF, so the CR LF prepared for the server
+    // would go out as CR CR LF: it is handed over as LF. SFTP has no text transfers: every line
+    // end is made CR LF here.
+    const bool convert = text && !sftp;
+    std::string lines;
+    if (text) {
+        const std::u16string lf = ReplaceAll(AnsiToText(bytes), u"\r\n", u"\n");
+        lines = TextToAnsi(sftp ? ReplaceAll(lf, u"\n", u"\r\n") : lf);
+    }
     Source source{text ? &lines : &bytes, 0};
-    CURL* easy = session_->Easy.get();
-    const std::string url = session_->Base + RemotePath(easy, remote);
+    CURL* easy = s.Easy.get();
+    const std::string url = s.Base + RemotePath(easy, remote, sftp);
     curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
     curl_easy_setopt(easy, CURLOPT_NOBODY, 0L);
     curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
-    curl_easy_setopt(easy, CURLOPT_TRANSFERTEXT, text ? 1L : 0L);
+    curl_easy_setopt(easy, CURLOPT_TRANSFERTEXT, convert ? 1L : 0L);
     curl_easy_setopt(easy, CURLOPT_READFUNCTION, ReadBytes);
     curl_easy_setopt(easy, CURLOPT_READDATA, static_cast<void*>(&source));
     curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE,
-                     text ? curl_off_t{-1} : static_cast<curl_off_t>(bytes.size()));
-    session_->ErrorText[0] = '\0';
-    const CURLcode result = curl_easy_perform(easy);
+                     convert ? curl_off_t{-1} : static_cast<curl_off_t>(source.Bytes->size()));
+    const Done sent = s.Perform();
     curl_easy_setopt(easy, CURLOPT_READFUNCTION, nullptr);
     curl_easy_setopt(easy, CURLOPT_READDATA, nullptr);
     curl_easy_setopt(easy, CURLOPT_UPLOAD, 0L);
-    if (result != CURLE_OK) {
-        return session_->Failure(result);
+    curl_easy_setopt(easy, CURLOPT_TRANSFERTEXT, 0L);
+    return sent;
+}
+
+Outcome<std::vector<std::u16string>> FtpTransfer::List(std::u16string_view folder) {
+    if (!session_ || !session_->Easy) {
+        return TransferFaultOf(TransferSignal{.Words = u"not connected"});
     }
-    return std::nullopt;
+    Session& s = *session_;
+    CURL* easy = s.Easy.get();
+    const bool sftp = s.Protocol == UploadProtocol::Sftp;
+    std::string path = folder.empty() ? (sftp ? "~" : "") : RemotePath(easy, folder, sftp);
+    if (!path.empty() && !path.ends_with('/')) {
+        path += '/';
+    }
+    const std::string url = s.Base + path;
+    std::string names;
+    curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(easy, CURLOPT_NOBODY, 0L);
+    curl_easy_setopt(easy, CURLOPT_DIRLISTONLY, 1L);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, KeepBytes);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, static_cast<void*>(&names));
+    const Done listed = s.Perform();
+    curl_easy_setopt(easy, CURLOPT_DIRLISTONLY, 0L);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, nullptr);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, nullptr);
+    if (!listed) {
+        return listed.Failure();
+    }
+    std::vector<std::u16string> out;
+    for (std::u16string& name : Split(ReplaceAll(AnsiToText(names), u"\r", u""), u"\n")) {
+        if (!name.empty() && name != u"." && name != u"..") {
+            out.push_back(std::move(name));
+        }
+    }
+    std::sort(out.begin(), out.end());
+    return out;
 }
 
 }  // namespace tesselex

@@ -1,5 +1,6 @@
-// The FTP session through the Windows Internet functions: passive mode, the log-in kept open in
-// the connection handle for the uploads.
+// The upload session through the Windows Internet functions: plain FTP in passive mode, the
+// log-in kept open in the connection handle for the uploads. They have no FTP over TLS and no
+// SFTP, so this build answers those protocols as not supported.
 
 #include <algorithm>
 
@@ -15,10 +16,11 @@ constexpr std::size_t kBlockBytes = 65536;
 // The server's own reply when there is one, the system's words for the error otherwise. Only a
 // reply declines; a session dropped or a connection closed before the reply (Wine reports that
 // as a transfer in progress) is no connection.
-FtpTransferFailure Failure(DWORD code) {
-    FtpTransferFailure failure;
-    failure.TimedOut = code == ERROR_INTERNET_TIMEOUT;
-    failure.Declined = code == ERROR_INTERNET_EXTENDED_ERROR || code == ERROR_INTERNET_LOGIN_FAILURE;
+Fault Failure(DWORD code) {
+    TransferSignal signal;
+    signal.TimedOut = code == ERROR_INTERNET_TIMEOUT;
+    signal.LoginDeclined = code == ERROR_INTERNET_LOGIN_FAILURE;
+    signal.Declined = code == ERROR_INTERNET_EXTENDED_ERROR;
     DWORD serverCode = 0;
     DWORD length = 0;
     InternetGetLastResponseInfoW(&serverCode, nullptr, &length);
@@ -26,13 +28,28 @@ FtpTransferFailure Failure(DWORD code) {
         std::wstring reply(length + 1, L'\0');
         if (InternetGetLastResponseInfoW(&serverCode, reply.data(), &length)) {
             reply.resize(length);
-            failure.Words = Trim(std::u16string(reply.begin(), reply.end()));
+            signal.Words = Trim(std::u16string(reply.begin(), reply.end()));
+            // The reply's own code, when it begins with one, tells a full disk from a refusal.
+            const std::u16string& words = signal.Words;
+            if (words.size() >= 3 && std::all_of(words.begin(), words.begin() + 3, [](char16_t c) {
+                    return c >= u'0' && c <= u'9';
+                })) {
+                signal.ServerReply = (words[0] - u'0') * 100 + (words[1] - u'0') * 10 +
+                                     (words[2] - u'0');
+            }
         }
     }
-    if (failure.Words.empty()) {
-        failure.Words = detail::InternetErrorWords(code);
+    if (signal.Words.empty()) {
+        signal.Words = detail::InternetErrorWords(code);
     }
-    return failure;
+    return TransferFaultOf(signal);
+}
+
+Fault NotSupported() {
+    TransferSignal signal;
+    signal.Unsupported = true;
+    signal.Words = u"this build uploads by plain FTP only";
+    return TransferFaultOf(signal);
 }
 
 }  // namespace
@@ -46,34 +63,34 @@ struct FtpTransfer::Session {
 FtpTransfer::FtpTransfer() = default;
 FtpTransfer::~FtpTransfer() = default;
 
-std::optional<FtpTransferFailure> FtpTransfer::Connect(const FtpServerAddress& address,
-                                                       std::u16string_view user,
-                                                       std::u16string_view password,
-                                                       std::chrono::milliseconds wait,
-                                                       std::chrono::seconds limit) {
+Done FtpTransfer::Connect(const TransferSettings& settings) {
+    if (settings.Protocol != UploadProtocol::Ftp) {
+        return NotSupported();
+    }
     session_ = std::make_unique<Session>();
-    session_->Limit = limit;
-    const auto waitMs = static_cast<DWORD>(wait.count());
+    session_->Limit = settings.Limit;
+    const auto waitMs = static_cast<DWORD>(settings.Wait.count());
     session_->Internet = detail::NewInternetSession(waitMs, waitMs);
     if (!session_->Internet) {
         return Failure(GetLastError());
     }
-    const std::u16string userText(user);
-    const std::u16string passwordText(password);
     session_->Connection.reset(InternetConnectW(
-        session_->Internet.get(), detail::Wide(address.Host),
-        static_cast<INTERNET_PORT>(address.Port), detail::Wide(userText),
-        detail::Wide(passwordText), INTERNET_SERVICE_FTP, INTERNET_FLAG_PASSIVE, 0));
+        session_->Internet.get(), detail::Wide(settings.Address.Host),
+        static_cast<INTERNET_PORT>(settings.Address.Port), detail::Wide(settings.User),
+        detail::Wide(settings.Password), INTERNET_SERVICE_FTP, INTERNET_FLAG_PASSIVE, 0));
     if (!session_->Connection) {
         return Failure(GetLastError());
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<FtpTransferFailure> FtpTransfer::Send(std::u16string_view remote,
-                                                    const std::string& bytes, bool text) {
+Outcome<ServerIdentity> FtpTransfer::Identify(const TransferSettings& /*settings*/) {
+    return NotSupported();
+}
+
+Done FtpTransfer::Send(std::u16string_view remote, const std::string& bytes, bool text) {
     if (!session_ || !session_->Connection) {
-        return FtpTransferFailure{false, false, 0, u"not connected"};
+        return TransferFaultOf(TransferSignal{.Words = u"not connected"});
     }
     const auto deadline = std::chrono::steady_clock::now() + session_->Limit;
     const std::u16string name(remote);
@@ -87,7 +104,8 @@ std::optional<FtpTransferFailure> FtpTransfer::Send(std::u16string_view remote,
     std::size_t sent = 0;
     while (sent < bytes.size()) {
         if (std::chrono::steady_clock::now() >= deadline) {
-            return FtpTransferFailure{true, false, 0, u"the upload took too long"};
+            return TransferFaultOf(
+                TransferSignal{.TimedOut = true, .Words = u"the upload took too long"});
         }
         const auto block = static_cast<DWORD>(std::min(kBlockBytes, bytes.size() - sent));
         DWORD written = 0;
@@ -100,7 +118,38 @@ std::optional<FtpTransferFailure> FtpTransfer::Send(std::u16string_view remote,
     if (InternetCloseHandle(file.release()) == FALSE) {
         return Failure(GetLastError());
     }
-    return std::nullopt;
+    return {};
+}
+
+Outcome<std::vector<std::u16string>> FtpTransfer::List(std::u16string_view folder) {
+    if (!session_ || !session_->Connection) {
+        return TransferFaultOf(TransferSignal{.Words = u"not connected"});
+    }
+    std::u16string pattern(folder);
+    if (!pattern.empty() && pattern.back() != u'/') {
+        pattern += u'/';
+    }
+    pattern += u"*";
+    WIN32_FIND_DATAW found{};
+    detail::InternetHandle search(FtpFindFirstFileW(session_->Connection.get(),
+                                                    detail::Wide(pattern), &found,
+                                                    INTERNET_FLAG_RELOAD, 0));
+    std::vector<std::u16string> names;
+    if (!search) {
+        const DWORD code = GetLastError();
+        if (code == ERROR_NO_MORE_FILES) {
+            return names;
+        }
+        return Failure(code);
+    }
+    do {
+        const std::u16string name(reinterpret_cast<const char16_t*>(found.cFileName));
+        if (name != u"." && name != u"..") {
+            names.push_back(name);
+        }
+    } while (InternetFindNextFileW(search.get(), &found));
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 }  // namespace tesselex

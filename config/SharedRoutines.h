@@ -1,9 +1,9 @@
 #pragma once
 // The shared file and network routines. They keep no state of their own: each call opens and
-// closes what it uses, except an FTP connection, which the caller closes. None of them raises
-// on a network or file failure. Each answers an Outcome that says why it failed; the routines
-// of the old program's shape (an empty text, a null handle or false on failure) are thin
-// wrappers over them, for the callers that decide nothing from the reason.
+// closes what it uses (an upload connection, config/Upload.h, closes with its object). None of
+// them raises on a network or file failure. Each answers an Outcome that says why it failed;
+// the routines of the old program's shape (an empty text, a null handle or false on failure)
+// are thin wrappers over them, for the callers that decide nothing from the reason.
 //
 // 8-bit strings (replies, whole files) hold one character per byte, decoded through the code
 // page (config/CodePage.h), so they can be turned back into the same bytes.
@@ -47,7 +47,6 @@ enum class NetFailure {
     TimedOut,      // connect, stall or overall limit
     HttpStatus,    // the server answered with a status of 400 or more
     EmptyReply,    // status below 400 but not one byte of body
-    Refused,       // FTP: the server declined (log-in, permission, missing folder)
 };
 
 // A fetch as the caller needs it to say what went wrong. An error page keeps its Body.
@@ -133,34 +132,6 @@ std::u16string ReadWholeFile(const std::filesystem::path& path);
 std::u16string ReadIniValue(const std::filesystem::path& file, std::u16string_view section,
                             std::u16string_view key);
 
-// An FTP connection, logged in; a null handle is the failure value ("0").
-class FtpConnection;
-using FtpHandle = std::shared_ptr<FtpConnection>;
-
-// Why the last FTP call failed: the kind and the server's or transport's own words.
-struct FtpError {
-    NetFailure Failure = NetFailure::None;
-    std::u16string Reason;
-};
-
-// Connects and logs in, passive mode, connect and receive timeouts of 120 s. The server text is
-// a host name or address, optionally followed by ":port" (default 21). Each later transfer on
-// the connection ends after at most `limit`. On failure, *error (when given) says why.
-FtpHandle FtpConnect(std::u16string_view server, std::u16string_view user,
-                     std::u16string_view password, FtpError* error = nullptr,
-                     std::chrono::seconds limit = kTransferLimit);
-// Uploads the local file under the remote name (a path on the server), binary unless ascii.
-// On failure, *error (when given) says why.
-bool FtpSend(const FtpHandle& handle, std::u16string_view remote,
-             const std::filesystem::path& local, bool ascii, FtpError* error = nullptr);
-// Closes the connection (a null handle is ignored) and sets the handle to null.
-void FtpClose(FtpHandle& handle);
-// The same log-in and upload, telling why they failed: the server declined (Refused), the time
-// limit (TimedOut), anything else (NoConnection), each with the server's or the transport's words.
-[[nodiscard]] Outcome<FtpHandle> FtpOpen(std::u16string_view server, std::u16string_view user,
-                                         std::u16string_view password,
-                                         std::chrono::seconds limit = kTransferLimit);
-[[nodiscard]] Done FtpPut(const FtpHandle& handle, std::u16string_view remote,
-                          const std::filesystem::path& local, bool ascii);
+// FTP and the other uploads: config/Upload.h.
 
 }  // namespace tesselex

@@ -23,6 +23,9 @@ void PrintEngineHelp(std::ostream& out);
 // tesselex-cli outbox [retry | drop BIBID] (args: everything after "outbox").
 int RunOutboxCommand(const std::vector<std::string>& args);
 
+// tesselex-cli ftp test [--trust] (args: everything after "ftp"): 0 logged in and listed, 1 not.
+int RunFtpCommand(const std::vector<std::string>& args);
+
 // The engine's messages (a missing workfile name, a failed save of the old settings) go to
 // stderr; its one question, the old-style save's, is never asked here.
 EngineSeams CliSeams();

@@ -202,6 +202,10 @@ void PrintEngineHelp(std::ostream& out) {
            "                         still waits, or when another TESSELEX program sends\n"
            "                         the outbox (retry and drop are then its to do)\n"
            "  outbox drop BIBID      give up the bib id's waiting export\n"
+           "  ftp test [--trust]     connect with the FTP settings in force: the protocol, the\n"
+           "                         server's certificate or host-key fingerprint and whether\n"
+           "                         it is trusted, then (trusted only) log in and list\n"
+           "                         FTPDirectory; --trust first stores the fingerprint seen\n"
            "\n"
            "Settings keys:\n";
     for (const SettingKeyInfo& info : SettingKeys()) {

@@ -36,6 +36,9 @@ int main(int argc, char** argv) {
         if (args[0] == "marc") {
             return tesselex::cli::RunMarcCommand(rest);
         }
+        if (args[0] == "ftp") {
+            return tesselex::cli::RunFtpCommand(rest);
+        }
         if (tesselex::cli::IsEngineCommand(args[0])) {
             return tesselex::cli::RunEngineCommand(args[0], rest);
         }

@@ -2,9 +2,11 @@
 
 #include "app/engine/DurableFile.h"
 #include "app/engine/EngineMessages.h"
+#include "app/engine/Settings.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
+#include "config/Upload.h"
 #include "config/Utf.h"
 
 namespace tesselex {
@@ -35,6 +37,32 @@ std::u16string RemoteName(const FtpSettings& ftp, const DateTime& at, std::u16st
         remote = ftp.Directory + (ftp.Directory.back() == u'/' ? u"" : u"/") + remote;
     }
     return remote;
+}
+
+FtpSettings ReadFtpSettings(const Settings& settings) {
+    FtpSettings ftp;
+    ftp.Server = settings.Setting(SettingKey::FTPServer);
+    ftp.User = settings.Setting(SettingKey::FTPUser);
+    ftp.Password = settings.Setting(SettingKey::FTPPassword);
+    ftp.Directory = Trim(settings.Setting(SettingKey::FTPDirectory));
+    ftp.Filename = settings.Setting(SettingKey::FTPFilename);
+    ftp.Protocol = settings.Setting(SettingKey::FTPProtocol);
+    ftp.Trust = settings.Setting(SettingKey::FTPTrust);
+    return ftp;
+}
+
+Outcome<UploadTarget> UploadTargetOf(const FtpSettings& ftp) {
+    const Outcome<UploadProtocol> protocol = ParseUploadProtocol(ftp.Protocol);
+    if (!protocol) {
+        return protocol.Failure();
+    }
+    UploadTarget target;
+    target.Protocol = protocol.Value();
+    target.Server = ftp.Server;
+    target.User = ftp.User;
+    target.Password = ftp.Password;
+    target.Trusted = TrustedFingerprint(ftp.Trust, target.Protocol, ftp.Server);
+    return target;
 }
 
 Delivery::Delivery(Logger& log, Clock clock, LoginName loginName)
@@ -75,12 +103,14 @@ Done Delivery::SendExport(std::u16string_view destination, const FtpSettings& ft
 Done Delivery::SendFile(std::u16string_view local, const FtpSettings& ftp,
                         std::u16string_view bibId) {
     const std::u16string remote = RemoteName(ftp, clock_(), loginName_());
-    const Outcome<FtpHandle> handle = FtpOpen(ftp.Server, ftp.User, ftp.Password);
-    if (!handle) {
-        log_.Report(FtpNotConnectedMessage(ftp.Server, handle.Failure()), true);
-        return handle.Failure();
+    const Outcome<UploadTarget> target = UploadTargetOf(ftp);
+    Outcome<UploadConnection> connection =
+        target ? UploadConnection::Open(target.Value()) : target.Failure();
+    if (!connection) {
+        log_.Report(FtpNotConnectedMessage(ftp.Server, connection.Failure()), true);
+        return connection.Failure();
     }
-    const Done sent = FtpPut(handle.Value(), remote, TextToPath(local), false);
+    const Done sent = connection.Value().Put(remote, TextToPath(local), false);
     if (!sent) {
         log_.Report(FtpNotSentMessage(bibId, ftp.Server, sent.Failure()), true);
         return sent.Failure();

@@ -9,8 +9,11 @@
 #include "app/engine/Logger.h"
 #include "app/engine/Outbox.h"
 #include "config/Outcome.h"
+#include "config/Upload.h"
 
 namespace tesselex {
+
+class Settings;
 
 struct FtpSettings {
     std::u16string Server;
@@ -18,7 +21,15 @@ struct FtpSettings {
     std::u16string Password;
     std::u16string Directory;  // trimmed when read from the settings
     std::u16string Filename;   // pattern, as the destination
+    std::u16string Protocol{};  // ftp (also when empty), ftps, ftps-implicit or sftp
+    std::u16string Trust{};     // the trusted servers' fingerprints (config/Upload.h)
 };
+
+// The FTP settings as stored.
+FtpSettings ReadFtpSettings(const Settings& settings);
+// Where and how the settings upload, the fingerprint trusted for the server included; an
+// unknown protocol is BadData.
+[[nodiscard]] Outcome<UploadTarget> UploadTargetOf(const FtpSettings& ftp);
 
 // The date patterns of a file-name pattern expanded at the given time, then every "&USER&"
 // replaced by the login name.

@@ -226,6 +226,10 @@ std::u16string NoWorkfileMessage() {
            u"Cataloging->Options->Preferences->Files/Folders->Workfiles Hldg";
 }
 
+std::u16string PlainPasswordMessage(std::u16string_view server) {
+    return u"Lösenordet skickas okrypterat till " + std::u16string(server) + u".";
+}
+
 std::u16string OneAtATimeLockedMessage() {
     return u"Denna inställning kan endast göras om FTP inte används. Vid vidarebefordran med FTP "
            u"skickas alltid en post i taget.";

@@ -72,6 +72,8 @@ std::u16string RenameFailedTitle();
 std::u16string RenameFailedMessage(const std::filesystem::path& config,
                                    const std::filesystem::path& old);
 std::u16string NoWorkfileMessage();
+// Plain FTP with a password: said once at each start.
+std::u16string PlainPasswordMessage(std::u16string_view server);
 // Shown beside the one-at-a-time option while an FTP server is set.
 std::u16string OneAtATimeLockedMessage();
 

@@ -146,7 +146,9 @@ void ExportEngine::SetFtp(const FtpSettings& ftp) {
          {std::pair{SettingKey::FTPServer, &ftp.Server}, std::pair{SettingKey::FTPUser, &ftp.User},
           std::pair{SettingKey::FTPPassword, &ftp.Password},
           std::pair{SettingKey::FTPDirectory, &ftp.Directory},
-          std::pair{SettingKey::FTPFilename, &ftp.Filename}}) {
+          std::pair{SettingKey::FTPFilename, &ftp.Filename},
+          std::pair{SettingKey::FTPProtocol, &ftp.Protocol},
+          std::pair{SettingKey::FTPTrust, &ftp.Trust}}) {
         stored = settings_.StoreSetting(key, *value) && stored;
     }
     if (!stored) {

@@ -21,10 +21,12 @@ enum class SettingKey {
     Authtype,
     String003,
     FTPServer,
+    FTPProtocol,
     FTPUser,
     FTPPassword,
     FTPDirectory,
     FTPFilename,
+    FTPTrust,
     Logging,
     LogErrors,
     LastBibId,
@@ -36,7 +38,7 @@ struct SettingKeyInfo {
     std::string_view Meaning;
 };
 
-inline constexpr std::size_t SettingKeyCount = 19;
+inline constexpr std::size_t SettingKeyCount = 21;
 
 // Every key, in the order the settings list shows them.
 const std::array<SettingKeyInfo, SettingKeyCount>& SettingKeys();

@@ -166,11 +166,13 @@ void ExportEngine::ReadSettings() {
     options.Destination = settings_.Setting(SettingKey::Destination);
     options.Libraries = settings_.Setting(SettingKey::Libraries);
     options.Subjects = settings_.Setting(SettingKey::Subjects);
-    ftp_.Server = settings_.Setting(SettingKey::FTPServer);
-    ftp_.User = settings_.Setting(SettingKey::FTPUser);
-    ftp_.Password = settings_.Setting(SettingKey::FTPPassword);
-    ftp_.Directory = Trim(settings_.Setting(SettingKey::FTPDirectory));
-    ftp_.Filename = settings_.Setting(SettingKey::FTPFilename);
+    ftp_ = ReadFtpSettings(settings_);
+    const Outcome<UploadProtocol> protocol = ParseUploadProtocol(ftp_.Protocol);
+    if (!ftp_.Server.empty() && !ftp_.Password.empty() && protocol &&
+        protocol.Value() == UploadProtocol::Ftp) {
+        // Said once at each start, not at each upload.
+        log_.ShowStatus(PlainPasswordMessage(ftp_.Server), false);
+    }
     log_.SetLogAll(settings_.IsYes(SettingKey::Logging));
     log_.SetLogErrors(settings_.IsYes(SettingKey::LogErrors));
 

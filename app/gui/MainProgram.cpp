@@ -1,6 +1,10 @@
 #include "app/gui/MainProgram.h"
 
 #include <QApplication>
+#include <QEventLoop>
+#include <QStringList>
+#include <chrono>
+#include <thread>
 #include <QMessageBox>
 #include <QSystemTrayIcon>
 
@@ -10,6 +14,7 @@
 #include "app/gui/frmMain.h"
 #include "config/InstalledLayout.h"
 #include "config/Platform.h"
+#include "config/Upload.h"
 #include "dialogs/FrmSubjects.h"
 #include "dialogs/frmFTP.h"
 #include "dialogs/frmOutbox.h"
@@ -226,6 +231,96 @@ constexpr std::u16string FtpSettings::*FtpRows[] = {&FtpSettings::Server, &FtpSe
                                                     &FtpSettings::Filename};
 static_assert(std::size(FtpRows) == frmFTP::kRowCount);
 
+// The dialog's values as settings; the trusted fingerprints are not shown in it.
+FtpSettings FtpOfDialog(const frmFTP& dialog, const FtpSettings& before) {
+    FtpSettings ftp = before;
+    for (int row = 0; row < frmFTP::kRowCount; ++row) {
+        ftp.*FtpRows[row] = ToText(dialog.Value(row));
+    }
+    ftp.Protocol = ToText(dialog.Protocol());
+    return ftp;
+}
+
+// What "Testa anslutning" found, as lines for the cataloguer.
+QString CheckText(const ServerCheck& check) {
+    QStringList lines{QStringLiteral("Protokoll: ") + Q(UploadProtocolName(check.Protocol))};
+    if (!check.Fingerprint.empty()) {
+        lines << QStringLiteral("Fingeravtryck: ") + Q(check.Fingerprint);
+    }
+    if (!check.Certificate.empty()) {
+        lines << QStringLiteral("Certifikatets SHA256: ") + Q(check.Certificate);
+    }
+    lines << (check.Trusted ? QStringLiteral("Servern är betrodd.")
+                            : QStringLiteral("Servern är inte betrodd."));
+    if (check.Listing) {
+        lines << QStringLiteral("Inloggningen lyckades; katalogen innehåller %1 filer.")
+                     .arg(check.Listing.Value().size());
+    } else if (check.Trusted) {
+        lines << QStringLiteral("Anslutningen misslyckades: ") + Q(check.Listing.Reason());
+    }
+    return lines.join(u'\n');
+}
+
+// Connects with the dialog's values and shows what it found; a server not yet trusted is
+// trusted only when the cataloguer says so, and a changed fingerprint is named as such. The
+// check runs on a thread of its own, so a silent server does not freeze the window; the dialog
+// waits disabled meanwhile.
+void TestConnection(frmFTP& dialog, FtpSettings& ftp) {
+    ftp = FtpOfDialog(dialog, ftp);
+    const QString title = QStringLiteral("Testa anslutning");
+    const auto check = [&] {
+        Outcome<UploadTarget> target = UploadTargetOf(ftp);
+        if (!target) {
+            return Outcome<ServerCheck>(target.Failure());
+        }
+        target.Value().Limit = std::chrono::seconds(30);
+        Outcome<ServerCheck> found = Fault{FaultKind::NoConnection, u"not tried", 0};
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        dialog.setEnabled(false);
+        QEventLoop waiting;
+        std::thread worker([&] {
+            found = CheckServer(target.Value(), ftp.Directory);
+            QMetaObject::invokeMethod(&waiting, &QEventLoop::quit, Qt::QueuedConnection);
+        });
+        waiting.exec();
+        worker.join();
+        dialog.setEnabled(true);
+        QApplication::restoreOverrideCursor();
+        return found;
+    };
+    Outcome<ServerCheck> found = check();
+    if (!found) {
+        QMessageBox::warning(&dialog, title,
+                             QStringLiteral("Anslutningen misslyckades: ") + Q(found.Reason()));
+        return;
+    }
+    const ServerCheck& seen = found.Value();
+    if (seen.Trusted || seen.Fingerprint.empty()) {
+        QMessageBox::information(&dialog, title, CheckText(seen));
+        return;
+    }
+    const Outcome<UploadProtocol> protocol = ParseUploadProtocol(ftp.Protocol);
+    const std::u16string stored = TrustedFingerprint(ftp.Trust, protocol.Value(), ftp.Server);
+    const QString question =
+        stored.empty()
+            ? QStringLiteral("\n\nVill du lita på servern med detta fingeravtryck?")
+            : QStringLiteral("\n\nVARNING: servern visar inte det betrodda fingeravtrycket ") +
+                  Q(stored) +
+                  QStringLiteral(". Det kan vara en annan server. Vill du ändå lita på den?");
+    if (QMessageBox::question(&dialog, title, CheckText(seen) + question,
+                              QMessageBox::Yes | QMessageBox::No,
+                              QMessageBox::No) != QMessageBox::Yes) {
+        return;
+    }
+    // Kept with the other values: stored when the dialog is closed with Ok.
+    ftp.Trust = WithTrustedFingerprint(ftp.Trust, protocol.Value(), ftp.Server, seen.Fingerprint);
+    found = check();
+    QMessageBox::information(&dialog, title,
+                             found ? CheckText(found.Value())
+                                   : QStringLiteral("Anslutningen misslyckades: ") +
+                                         Q(found.Reason()));
+}
+
 }  // namespace
 
 void MainProgram::OpenFtp() {
@@ -234,11 +329,10 @@ void MainProgram::OpenFtp() {
     for (int row = 0; row < frmFTP::kRowCount; ++row) {
         dialog.SetValue(row, Q(ftp.*FtpRows[row]));
     }
+    dialog.SetProtocol(Q(ftp.Protocol));
+    dialog.SetTester([&ftp](frmFTP& shown) { TestConnection(shown, ftp); });
     if (dialog.exec() == QDialog::Accepted) {
-        for (int row = 0; row < frmFTP::kRowCount; ++row) {
-            ftp.*FtpRows[row] = ToText(dialog.Value(row));
-        }
-        controller_->SetFtp(ftp);
+        controller_->SetFtp(FtpOfDialog(dialog, ftp));
     }
 }
 

@@ -1,18 +1,24 @@
-// FTP connect, upload and close against a real FTP server on 127.0.0.1.
+// The upload front end against real servers on 127.0.0.1: plain FTP, explicit and implicit FTP
+// over TLS and SFTP, each run through the same uploads and failures; then how each kind of
+// server is trusted or refused.
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 
-#include "config/SharedRoutines.h"
+#include "config/Fingerprint.h"
 #include "config/Strings.h"
+#include "config/Upload.h"
 #include "config/Utf.h"
 #include "tests/support/FreePort.h"
 #include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/TempDir.h"
+#include "tests/support/TestCertificates.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex {
@@ -21,120 +27,370 @@ namespace {
 using test::ReadBytes;
 using test::WriteBytes;
 
-class FtpUpload : public ::testing::Test {
+#ifdef _WIN32
+constexpr bool kSecureUploads = false;  // the Windows build uploads through WinINet: FTP only
+#else
+constexpr bool kSecureUploads = true;
+#endif
+
+bool Secure(UploadProtocol protocol) {
+    return protocol != UploadProtocol::Ftp;
+}
+
+// One set of certificates for the whole program: openssl is slow to make keys.
+const test::TestCertificates& Certificates() {
+    static const auto certificates = std::make_unique<test::TestCertificates>();
+    return *certificates;
+}
+
+std::unique_ptr<test::LoopbackFtpServer> StartServer(UploadProtocol protocol,
+                                                     std::filesystem::path certificate = {}) {
+    if (protocol != UploadProtocol::Ftp && protocol != UploadProtocol::Sftp &&
+        certificate.empty()) {
+        certificate = Certificates().Signed();
+    }
+    return std::make_unique<test::LoopbackFtpServer>("tester", "secret", protocol, certificate);
+}
+
+UploadFault FaultOf(const Done& done) {
+    return done ? UploadFault{} : UploadFaultOf(done.Failure());
+}
+template <typename T>
+UploadFault FaultOf(const Outcome<T>& outcome) {
+    return outcome ? UploadFault{} : UploadFaultOf(outcome.Failure());
+}
+
+class Upload : public ::testing::TestWithParam<UploadProtocol> {
   protected:
-    void SetUp() override { WriteBytes(local_ / "x.mrc", "data"); }
-    FtpHandle Connect(std::u16string_view server) const {
-        return FtpConnect(server, server_.UserText(), server_.PasswordText());
+    void SetUp() override {
+        if (!kSecureUploads && Secure(GetParam())) {
+            GTEST_SKIP() << "the Windows build has no FTP over TLS or SFTP";
+        }
+        server_ = StartServer(GetParam());
+        WriteBytes(local_ / "x.mrc", "data");
+    }
+    // The server's user, trusting the server: its CA file, or its host key.
+    UploadTarget Target(std::u16string user = u"tester") const {
+        UploadTarget target = server_->Target();
+        target.User = std::move(user);
+        if (GetParam() == UploadProtocol::Sftp) {
+            target.Trusted = FromAscii(server_->HostKey());
+        } else if (Secure(GetParam())) {
+            target.CaFile = Certificates().Authority();
+        }
+        return target;
+    }
+    UploadConnection Connect(const UploadTarget& target) const {
+        Outcome<UploadConnection> connection = UploadConnection::Open(target);
+        if (!connection) {
+            throw std::runtime_error(TextToUtf8(connection.Reason()));
+        }
+        return std::move(connection).Value();
     }
     std::string Stored(const std::filesystem::path& name) const {
-        return ReadBytes(server_.Root() / name);
+        return ReadBytes(server_->Root() / name);
     }
-    test::LoopbackFtpServer server_;
+    std::unique_ptr<test::LoopbackFtpServer> server_;
     test::TempDir local_;
 };
 
-TEST_F(FtpUpload, BinaryAndTextUploadsOnOneConnection) {
-    std::string bytes;
-    for (int b = 0; b < 2 * 256; ++b) {
-        bytes += static_cast<char>(b);
+TEST_P(Upload, EveryUploadOnOneConnectionArrivesWhole) {
+    // Large enough that a cut-short upload on a reused TLS connection shows.
+    std::string big;
+    for (int b = 0; b < 300'000; ++b) {
+        big += static_cast<char>((b * 7 + b / 256) & 0xff);
     }
-    bytes += "\r\n\n\r";
-    WriteBytes(local_ / "records.mrc", bytes);
+    WriteBytes(local_ / "big.mrc", big);
     // The server text may carry a scheme, blanks and a trailing "/".
-    FtpHandle handle = Connect(u"  ftp://" + server_.ServerText() + u"/ ");
-    ASSERT_TRUE(handle);
-    EXPECT_TRUE(FtpSend(handle, u"records.mrc", local_ / "records.mrc", false));
-    EXPECT_EQ(Stored("records.mrc"), bytes);
-    // A second upload on the same connection replaces the file.
-    EXPECT_TRUE(FtpSend(handle, u"records.mrc", local_ / "x.mrc", false));
-    EXPECT_EQ(Stored("records.mrc"), "data");
-    // A text upload sends each line end as one CR LF, which this server stores as LF.
+    UploadTarget target = Target();
+    target.Server = u"  " + UploadProtocolName(GetParam()).substr(0, 4) + u"://" +
+                    server_->ServerText() + u"/ ";
+    if (GetParam() == UploadProtocol::FtpsImplicit) {
+        target.Server = u"ftps://" + server_->ServerText();
+    }
+    UploadConnection connection = Connect(target);
+    for (const char* name : {"1.mrc", "2.mrc", "3.mrc"}) {
+        EXPECT_TRUE(connection.Put(FromAscii(name), local_ / "big.mrc", false));
+        EXPECT_TRUE(Stored(name) == big) << name << ": " << Stored(name).size() << " bytes";
+    }
+    // A later upload replaces the file.
+    EXPECT_TRUE(connection.Put(u"1.mrc", local_ / "x.mrc", false));
+    EXPECT_EQ(Stored("1.mrc"), "data");
+    // A text upload sends each line end as one CR LF, which an FTP server stores as LF; SFTP
+    // has no text transfers.
     WriteBytes(local_ / "text.txt", "first line\r\nsecond line\nlast\r\n");
-    EXPECT_TRUE(FtpSend(handle, u"text.txt", local_ / "text.txt", true));
-    EXPECT_EQ(Stored("text.txt"), "first line\nsecond line\nlast\n");
-    FtpClose(handle);
-    EXPECT_FALSE(handle);
-    FtpClose(handle);
+    EXPECT_TRUE(connection.Put(u"text.txt", local_ / "text.txt", true));
+    EXPECT_EQ(Stored("text.txt"), GetParam() == UploadProtocol::Sftp
+                                      ? "first line\r\nsecond line\r\nlast\r\n"
+                                      : "first line\nsecond line\nlast\n");
+    const auto listing = connection.List(u"");
+    ASSERT_TRUE(listing) << TextToUtf8(listing.Reason());
+    EXPECT_EQ(listing.Value(),
+              (std::vector<std::u16string>{u"1.mrc", u"2.mrc", u"3.mrc", u"text.txt"}));
 }
 
-TEST_F(FtpUpload, RemoteNamesAreStoredAsGivenAndFoldersNotMade) {
-    std::filesystem::create_directory(server_.Root() / "in");
+TEST_P(Upload, RemoteNamesAreStoredAsGivenAndFoldersNotMade) {
+    std::filesystem::create_directory(server_->Root() / "in");
     WriteBytes(local_ / "empty.mrc", "");
-    FtpHandle handle = Connect(server_.ServerText());
-    ASSERT_TRUE(handle);
+    UploadConnection connection = Connect(Target());
     for (const char16_t* remote :
          {u"exp260303.mrc", u"in/with space #1.mrc", u"/in/absolute.mrc"}) {
-        EXPECT_TRUE(FtpSend(handle, remote, local_ / "x.mrc", false)) << TextToUtf8(remote);
+        EXPECT_TRUE(connection.Put(remote, local_ / "x.mrc", false)) << TextToUtf8(remote);
     }
     EXPECT_EQ(Stored("exp260303.mrc"), "data");
     EXPECT_EQ(Stored("in/with space #1.mrc"), "data");
     EXPECT_EQ(Stored("in/absolute.mrc"), "data");
-    EXPECT_FALSE(FtpSend(handle, u"missing/x.mrc", local_ / "x.mrc", false));
-    EXPECT_FALSE(std::filesystem::exists(server_.Root() / "missing"));
+    const auto listing = connection.List(u"in");
+    ASSERT_TRUE(listing) << TextToUtf8(listing.Reason());
+    EXPECT_EQ(listing.Value(),
+              (std::vector<std::u16string>{u"absolute.mrc", u"with space #1.mrc"}));
+    EXPECT_EQ(FaultOf(connection.Put(u"missing/x.mrc", local_ / "x.mrc", false)),
+              UploadFault::PathRefused);
+    EXPECT_FALSE(std::filesystem::exists(server_->Root() / "missing"));
     // The connection survives a refusal; an empty file is a valid upload.
-    EXPECT_TRUE(FtpSend(handle, u"empty.mrc", local_ / "empty.mrc", false));
+    EXPECT_TRUE(connection.Put(u"empty.mrc", local_ / "empty.mrc", false));
     EXPECT_EQ(Stored("empty.mrc"), "");
 }
 
-TEST_F(FtpUpload, FailuresSayWhy) {
-    using namespace std::chrono_literals;
-    std::filesystem::create_directory(server_.Root() / "in");
-    FtpHandle writer = Connect(server_.ServerText());
-    FtpHandle reader = FtpConnect(server_.ServerText(), u"reader", server_.PasswordText());
-    ASSERT_TRUE(writer);
-    ASSERT_TRUE(reader);
-    const FtpHandle none;
+TEST_P(Upload, FailuresSayWhatKindTheyAre) {
+    std::filesystem::create_directory(server_->Root() / "in");
+    UploadConnection writer = Connect(Target());
+    UploadConnection reader = Connect(Target(u"reader"));
     struct Case {
         const char* What;
-        const FtpHandle* Handle;
+        UploadConnection* Connection;
         std::u16string Remote;
         std::filesystem::path Local;
+        UploadFault Fault;
         FaultKind Kind;
     };
     const Case uploads[] = {
-        {"no write permission", &reader, u"in/x.mrc", local_ / "x.mrc", FaultKind::Refused},
-        {"missing folder", &writer, u"missing/x.mrc", local_ / "x.mrc", FaultKind::Refused},
-        {"no remote name", &writer, u"", local_ / "x.mrc", FaultKind::Refused},
-        {"no local file", &writer, u"y.mrc", local_ / "absent.mrc", FaultKind::Refused},
-        {"a local folder", &writer, u"y.mrc", local_.Path(), FaultKind::Refused},
-        {"no connection", &none, u"y.mrc", local_ / "x.mrc", FaultKind::NoConnection},
-        {"closed during upload", &writer, u"cut.mrc", local_ / "x.mrc", FaultKind::NoConnection},
+        {"no write permission", &reader, u"in/x.mrc", local_ / "x.mrc", UploadFault::PathRefused,
+         FaultKind::Refused},
+        {"missing folder", &writer, u"missing/x.mrc", local_ / "x.mrc", UploadFault::PathRefused,
+         FaultKind::Refused},
+        {"no remote name", &writer, u"", local_ / "x.mrc", UploadFault::PathRefused,
+         FaultKind::Refused},
+        {"no local file", &writer, u"y.mrc", local_ / "absent.mrc", UploadFault::LocalFile,
+         FaultKind::Refused},
+        {"a local folder", &writer, u"y.mrc", local_.Path(), UploadFault::LocalFile,
+         FaultKind::Refused},
+        {"disk full", &writer, u"full.mrc", local_ / "x.mrc", UploadFault::ServerFull,
+         FaultKind::NoSpace},
+        {"closed during upload", &writer, u"cut.mrc", local_ / "x.mrc", UploadFault::NoConnection,
+         FaultKind::NoConnection},
     };
     for (const Case& c : uploads) {
         SCOPED_TRACE(c.What);
-        const Done sent = FtpPut(*c.Handle, c.Remote, c.Local, false);
+        const Done sent = c.Connection->Put(c.Remote, c.Local, false);
         ASSERT_FALSE(sent);
-        EXPECT_EQ(sent.Kind(), c.Kind) << TextToUtf8(sent.Reason());
+        EXPECT_EQ(UploadFaultOf(sent.Failure()), c.Fault) << TextToUtf8(sent.Reason());
+        EXPECT_EQ(sent.Kind(), c.Kind);
         EXPECT_FALSE(sent.Reason().empty());
-        EXPECT_FALSE(std::filesystem::exists(server_.Root() / "in/x.mrc"));
-        EXPECT_FALSE(std::filesystem::exists(server_.Root() / "y.mrc"));
+        EXPECT_FALSE(std::filesystem::exists(server_->Root() / "in/x.mrc"));
+        EXPECT_FALSE(std::filesystem::exists(server_->Root() / "y.mrc"));
+        EXPECT_FALSE(std::filesystem::exists(server_->Root() / "full.mrc"));
         EXPECT_EQ(ReadBytes(local_ / "x.mrc"), "data");
     }
 
-    // A server that accepts the connection but never says a word: the overall limit ends it.
-    const test::SilentLoopbackPort silent;
-    const std::u16string server = server_.ServerText();
-    const std::pair<Outcome<FtpHandle>, FaultKind> logIns[] = {
-        {FtpOpen(server, server_.UserText(), u"wrong"), FaultKind::Refused},
-        {FtpOpen(server, u"nobody", server_.PasswordText()), FaultKind::Refused},
-        {FtpOpen(server, u"", u""), FaultKind::Refused},
-        {FtpOpen(FromAscii("127.0.0.1:" + std::to_string(test::UnusedLoopbackPort())), u"a", u"b"),
-         FaultKind::NoConnection},
-        {FtpOpen(u"", u"a", u"b"), FaultKind::NoConnection},
-        {FtpOpen(FromAscii("127.0.0.1:" + std::to_string(silent.Port())), u"a", u"b", 1s),
-         FaultKind::TimedOut},
+    UploadTarget wrongPassword = Target();
+    wrongPassword.Password = u"wrong";
+    UploadTarget nobody = Target(u"nobody");
+    UploadTarget closed = Target();
+    closed.Server = FromAscii("127.0.0.1:" + std::to_string(test::UnusedLoopbackPort()));
+    UploadTarget noServer = Target();
+    noServer.Server = u"";
+    const std::pair<UploadTarget, UploadFault> logIns[] = {
+        {wrongPassword, UploadFault::LoginRefused},
+        {nobody, UploadFault::LoginRefused},
+        {closed, UploadFault::NoConnection},
+        {noServer, UploadFault::NoConnection},
     };
-    for (const auto& [logIn, kind] : logIns) {
-        EXPECT_EQ(logIn ? std::nullopt : std::optional(logIn.Kind()), kind);
+    for (const auto& [target, fault] : logIns) {
+        EXPECT_EQ(FaultOf(UploadConnection::Open(target)), fault) << TextToUtf8(target.User);
     }
 
     // A connection whose server went away fails its upload instead of hanging.
-    const FtpHandle left = Connect(server);
-    ASSERT_TRUE(left);
-    server_.Stop();
-    EXPECT_FALSE(FtpSend(left, u"x.mrc", local_ / "x.mrc", false));
-    EXPECT_FALSE(Connect(server));
+    UploadConnection left = Connect(Target());
+    server_->Stop();
+    EXPECT_EQ(FaultOf(left.Put(u"x.mrc", local_ / "x.mrc", false)), UploadFault::NoConnection);
+    EXPECT_EQ(FaultOf(UploadConnection::Open(Target())), UploadFault::NoConnection);
+}
+
+INSTANTIATE_TEST_SUITE_P(Protocols, Upload,
+                         ::testing::Values(UploadProtocol::Ftp, UploadProtocol::Ftps,
+                                           UploadProtocol::FtpsImplicit, UploadProtocol::Sftp),
+                         [](const auto& param) {
+                             std::string name = TextToUtf8(UploadProtocolName(param.param));
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+TEST(UploadTarget, ProtocolsNamesPortsAndTrustedServers) {
+    using namespace std::chrono_literals;
+    for (const auto& [name, protocol, port] :
+         {std::tuple{u"", UploadProtocol::Ftp, 21u}, {u" FTP ", UploadProtocol::Ftp, 21u},
+          {u"ftps", UploadProtocol::Ftps, 21u},
+          {u"Ftps-Implicit", UploadProtocol::FtpsImplicit, 990u},
+          {u"sftp", UploadProtocol::Sftp, 22u}}) {
+        const auto parsed = ParseUploadProtocol(name);
+        ASSERT_TRUE(parsed) << TextToUtf8(name);
+        EXPECT_EQ(parsed.Value(), protocol);
+        EXPECT_EQ(DefaultPort(protocol), port);
+        EXPECT_EQ(ParseUploadProtocol(UploadProtocolName(protocol)).Value(), protocol);
+    }
+    EXPECT_EQ(ParseUploadProtocol(u"scp").Kind(), FaultKind::BadData);
+    // Which faults a later try may cure.
+    for (const auto& [fault, cured] :
+         {std::pair{UploadFault::NoConnection, true}, {UploadFault::TimedOut, true},
+          {UploadFault::ServerFull, true}, {UploadFault::LoginRefused, false},
+          {UploadFault::PathRefused, false}, {UploadFault::UnknownHostKey, false},
+          {UploadFault::ChangedHostKey, false}, {UploadFault::UntrustedCertificate, false},
+          {UploadFault::NotSupported, false}, {UploadFault::LocalFile, false}}) {
+        EXPECT_EQ(RetryCanCure(fault), cured) << static_cast<int>(fault);
+    }
+    // The trust store: one entry per protocol and server, the default port filled in.
+    std::u16string store = WithTrustedFingerprint(u"", UploadProtocol::Sftp, u"Host", u"SHA256:a");
+    store = WithTrustedFingerprint(store, UploadProtocol::Ftps, u"host:21", u"sha256//b=");
+    store = WithTrustedFingerprint(store, UploadProtocol::Sftp, u"sftp://host:22", u"SHA256:c");
+    EXPECT_EQ(store, u"ftps://host:21 sha256//b=; sftp://host:22 SHA256:c");
+    EXPECT_EQ(TrustedFingerprint(store, UploadProtocol::Sftp, u"HOST"), u"SHA256:c");
+    EXPECT_EQ(TrustedFingerprint(store, UploadProtocol::Ftps, u"host"), u"sha256//b=");
+    EXPECT_EQ(TrustedFingerprint(store, UploadProtocol::FtpsImplicit, u"host"), u"");
+    EXPECT_EQ(TrustedFingerprint(store, UploadProtocol::Sftp, u"host:2222"), u"");
+
+    // A server that accepts the connection but never says a word: the overall limit ends it.
+    const test::SilentLoopbackPort silent;
+    UploadTarget target;
+    target.Server = FromAscii("127.0.0.1:" + std::to_string(silent.Port()));
+    target.Limit = 1s;
+    for (const UploadProtocol protocol : {UploadProtocol::Ftp, UploadProtocol::FtpsImplicit}) {
+        target.Protocol = protocol;
+        const UploadFault expected = kSecureUploads || protocol == UploadProtocol::Ftp
+                                         ? UploadFault::TimedOut
+                                         : UploadFault::NotSupported;
+        EXPECT_EQ(FaultOf(UploadConnection::Open(target)), expected);
+    }
+}
+
+TEST(Fingerprint, Sha256OfKnownTexts) {
+    // FIPS 180-2's examples, the second one filling two blocks.
+    const auto hex = [](std::string_view text) {
+        std::string out;
+        for (const std::uint8_t b : Sha256(text)) {
+            out += "0123456789abcdef"[b >> 4];
+            out += "0123456789abcdef"[b & 15];
+        }
+        return out;
+    };
+    EXPECT_EQ(hex("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(hex("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
+              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+    EXPECT_EQ(hex(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+    EXPECT_EQ(FromBase64(Base64("any carnal pleas")), "any carnal pleas");
+    EXPECT_EQ(Base64("ab", false), "YWI");
+    EXPECT_FALSE(FromBase64("YW*"));
+    EXPECT_FALSE(FingerprintsOfPem("-----BEGIN CERTIFICATE-----\nMIIB\n-----END CERTIFICATE-----"));
+}
+
+// How each kind of server is trusted: TLS by the trust store, a CA file or a pin, SSH only by
+// the host key stored for it.
+class Trust : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (!kSecureUploads) {
+            GTEST_SKIP() << "the Windows build has no FTP over TLS or SFTP";
+        }
+    }
+};
+
+TEST_F(Trust, TlsServersAreVerifiedOrPinned) {
+    const auto& certificates = Certificates();
+    const auto self = StartServer(UploadProtocol::Ftps, certificates.SelfSigned());
+    const std::string selfPin = certificates.Pin(certificates.SelfSigned());
+    const auto signedServer = StartServer(UploadProtocol::FtpsImplicit);
+    const std::string signedPin = certificates.Pin(certificates.Signed());
+    test::TempDir local;
+    WriteBytes(local / "x.mrc", "data");
+
+    struct Case {
+        const char* What;
+        const test::LoopbackFtpServer* Server;
+        std::string Pin;
+        std::filesystem::path CaFile;
+        UploadFault Fault;  // none: the upload succeeds
+    };
+    const Case cases[] = {
+        {"self-signed, pinned", self.get(), selfPin, {}, UploadFault{}},
+        {"self-signed, not trusted", self.get(), "", {}, UploadFault::UntrustedCertificate},
+        {"self-signed, another pin", self.get(), signedPin, {}, UploadFault::UntrustedCertificate},
+        {"self-signed, another CA", self.get(), "", certificates.Authority(),
+         UploadFault::UntrustedCertificate},
+        {"signed, CA file", signedServer.get(), "", certificates.Authority(), UploadFault{}},
+        {"signed, pinned", signedServer.get(), signedPin, {}, UploadFault{}},
+        {"signed, not trusted", signedServer.get(), "", {}, UploadFault::UntrustedCertificate},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.What);
+        UploadTarget target = c.Server->Target();
+        target.Trusted = FromAscii(c.Pin);
+        target.CaFile = c.CaFile;
+        Outcome<UploadConnection> connection = UploadConnection::Open(target);
+        ASSERT_EQ(FaultOf(connection), c.Fault)
+            << TextToUtf8(connection ? u"" : connection.Reason());
+        if (connection) {
+            EXPECT_TRUE(connection.Value().Put(u"x.mrc", local / "x.mrc", false));
+            EXPECT_EQ(ReadBytes(c.Server->Root() / "x.mrc"), "data");
+            std::filesystem::remove(c.Server->Root() / "x.mrc");
+        }
+
+        // The check shows the key openssl computes, and logs in only when it is trusted.
+        const Outcome<ServerCheck> check = CheckServer(target, u"");
+        ASSERT_TRUE(check) << TextToUtf8(check.Reason());
+        EXPECT_EQ(TextToUtf8(check.Value().Fingerprint),
+                  c.Server == self.get() ? selfPin : signedPin);
+        EXPECT_EQ(check.Value().Certificate.size(), 95u);  // 32 pairs and 31 colons
+        EXPECT_EQ(check.Value().Trusted, c.Fault == UploadFault{});
+        EXPECT_EQ(FaultOf(check.Value().Listing), c.Fault);
+    }
+}
+
+TEST_F(Trust, SshHostKeysMustBeTheStoredOnes) {
+    const auto server = StartServer(UploadProtocol::Sftp);
+    const auto other = StartServer(UploadProtocol::Sftp);  // another key on another port
+    ASSERT_TRUE(server->HostKey().starts_with("SHA256:"));
+    ASSERT_NE(server->HostKey(), other->HostKey());
+    test::TempDir local;
+    WriteBytes(local / "x.mrc", "data");
+
+    const std::pair<std::string, UploadFault> cases[] = {
+        {server->HostKey(), UploadFault{}},
+        {"", UploadFault::UnknownHostKey},
+        {other->HostKey(), UploadFault::ChangedHostKey},
+    };
+    for (const auto& [trusted, fault] : cases) {
+        SCOPED_TRACE(trusted);
+        UploadTarget target = server->Target();
+        target.Trusted = FromAscii(trusted);
+        Outcome<UploadConnection> connection = UploadConnection::Open(target);
+        ASSERT_EQ(FaultOf(connection), fault);
+        if (!connection) {
+            // The status line names the key the server showed.
+            EXPECT_NE(TextToUtf8(connection.Reason()).find(server->HostKey()), std::string::npos)
+                << TextToUtf8(connection.Reason());
+        } else {
+            EXPECT_TRUE(connection.Value().Put(u"x.mrc", local / "x.mrc", false));
+        }
+        const Outcome<ServerCheck> check = CheckServer(target, u"");
+        ASSERT_TRUE(check) << TextToUtf8(check.Reason());
+        EXPECT_EQ(TextToUtf8(check.Value().Fingerprint), server->HostKey());
+        EXPECT_EQ(check.Value().Trusted, fault == UploadFault{});
+        ASSERT_EQ(FaultOf(check.Value().Listing), fault);
+        if (check.Value().Listing) {
+            EXPECT_EQ(check.Value().Listing.Value(), std::vector<std::u16string>{u"x.mrc"});
+        }
+    }
+    EXPECT_EQ(ReadBytes(server->Root() / "x.mrc"), "data");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QTableWidget>
 #include <QTest>
@@ -107,6 +108,40 @@ TEST_F(frmFTPTest, CancelRejectsAndResizingResizesTheGrid) {
     EXPECT_EQ(
         test::ExecWhile(dialog_, [this] { test::Click(dialog_, QStringLiteral("Command2")); }),
         QDialog::Rejected);
+}
+
+TEST_F(frmFTPTest, PlainFtpWithAPasswordIsWarnedAboutAndTheTesterGetsTheValuesShown) {
+    auto& protocol = *dialog_.findChild<QComboBox*>(QStringLiteral("Protocol"));
+    const auto& warning = *dialog_.findChild<QLabel*>(QStringLiteral("PasswordWarning"));
+    EXPECT_EQ(dialog_.Protocol().toStdString(), "ftp");
+    EXPECT_EQ(warning.text().toStdString(), "Lösenordet skickas okrypterat.");
+    EXPECT_TRUE(warning.isVisibleTo(&dialog_));
+    protocol.setFocus();
+    QTest::keyClick(&protocol, Qt::Key_Down);
+    EXPECT_EQ(dialog_.Protocol().toStdString(), "ftps");
+    EXPECT_FALSE(warning.isVisibleTo(&dialog_));
+    QTest::keyClick(&protocol, Qt::Key_Up);
+    dialog_.SetValue(frmFTP::kPassword, QString());
+    EXPECT_FALSE(warning.isVisibleTo(&dialog_)) << "no password, nothing to warn about";
+    for (const auto& [given, shown] : {std::pair{"SFTP ", "sftp"},
+                                       {"ftps-implicit", "ftps-implicit"},
+                                       {"", "ftp"},
+                                       {"scp", "ftp"}}) {
+        dialog_.SetProtocol(QString::fromLatin1(given));
+        EXPECT_EQ(dialog_.Protocol().toStdString(), shown);
+    }
+
+    dialog_.SetProtocol(QStringLiteral("sftp"));
+    QString tested;
+    dialog_.SetTester([&tested](frmFTP& shown) {
+        tested = shown.Protocol() + QLatin1Char(' ') + shown.Value(frmFTP::kDirectory);
+    });
+    auto* editor = qobject_cast<QLineEdit*>(EditRow(frmFTP::kDirectory));
+    ASSERT_NE(editor, nullptr);
+    QTest::keyClicks(editor, QStringLiteral("/ut"));
+    test::Click(dialog_, QStringLiteral("TestButton"));
+    EXPECT_EQ(tested.toStdString(), "sftp /ut") << "the open edit counts";
+    EXPECT_TRUE(dialog_.isVisible()) << "testing leaves the dialog open";
 }
 
 }  // namespace

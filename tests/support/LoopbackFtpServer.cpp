@@ -4,17 +4,45 @@
 #include <stdexcept>
 
 #include "config/Strings.h"
+#include "config/Utf.h"
 
 namespace tesselex::test {
 
 void LoopbackFtpServer::TakePort(const std::string& firstLine) {
     port_ = std::atoi(firstLine.c_str());
+    const std::size_t blank = firstLine.find(' ');
+    if (blank != std::string::npos) {
+        hostKey_ = firstLine.substr(blank + 1, firstLine.find_first_of("\r\n") - blank - 1);
+    }
     // The server listens before it prints its port, so a port read means it is up.
     if (port_ <= 0) {
         Stop();
-        throw std::runtime_error(std::string("loopback FTP server did not start (") +
-                                 TESSELEX_PYTHON + " with pyftpdlib is needed)");
+        throw std::runtime_error(std::string("loopback upload server did not start (") +
+                                 TESSELEX_PYTHON +
+                                 " with pyftpdlib, pyOpenSSL and paramiko is needed)");
     }
+}
+
+std::string LoopbackFtpServer::Script() const {
+    return protocol_ == UploadProtocol::Sftp ? TESSELEX_SFTP_SERVER_SCRIPT
+                                             : TESSELEX_FTP_SERVER_SCRIPT;
+}
+
+std::vector<std::string> LoopbackFtpServer::Options() const {
+    std::vector<std::string> options = {TextToUtf8(UploadProtocolName(protocol_))};
+    if (!certificate_.empty()) {
+        options.push_back(certificate_);
+    }
+    return options;
+}
+
+UploadTarget LoopbackFtpServer::Target() const {
+    UploadTarget target;
+    target.Protocol = protocol_;
+    target.Server = ServerText();
+    target.User = UserText();
+    target.Password = PasswordText();
+    return target;
 }
 
 std::string LoopbackFtpServer::Address() const {

@@ -1,12 +1,15 @@
 #pragma once
-// A real FTP server on 127.0.0.1 for tests: pyftpdlib run by the system Python (TESSELEX_PYTHON,
-// the script LoopbackFtpServer.py) on a port chosen by the system, with one user whose home is a
-// fresh temporary folder. The constructor returns once the server accepts connections; the
-// destructor ends the process and removes the folder. Connect with
-// FtpConnect(ServerText(), UserText(), PasswordText()); what the server stored lies under Root().
+// A real upload server on 127.0.0.1 for tests, run by the system Python (TESSELEX_PYTHON) on a
+// port chosen by the system, with one user whose home is a fresh temporary folder: FTP, explicit
+// or implicit FTP over TLS (pyftpdlib, the script LoopbackFtpServer.py, with the certificate and
+// key of a PEM file) or SFTP (paramiko, LoopbackSftpServer.py, with a host key of its own made at
+// start, HostKey()). The constructor returns once the server accepts connections; the
+// destructor ends the process and removes the folder. Connect with Target(); what the server
+// stored lies under Root().
 // The user may read, write, create folders, rename and delete under the root. A second user,
 // "reader" with the same password, may only read. An upload whose name begins with "cut" has its
-// connection closed by the server. A failed login is answered at once (the usual anti-guessing
+// connection closed by the server, one whose name begins with "full" finds the server's disk
+// full. A failed login is answered at once (the usual anti-guessing
 // delay is off) so failure tests stay quick. The server also ends with the test process; on Linux
 // already when the thread that started it ends, so start it from the test's own thread (a fixture
 // member or a local), not from a short-lived helper thread. On Windows the Linux Python is started
@@ -15,7 +18,9 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "config/Upload.h"
 #include "tests/support/TempDir.h"
 
 namespace tesselex::test {
@@ -24,7 +29,9 @@ class LoopbackFtpServer {
   public:
     // Throws std::runtime_error when the server cannot be started (no Python, no pyftpdlib, no
     // Wine).
-    explicit LoopbackFtpServer(std::string user = "tester", std::string password = "secret");
+    explicit LoopbackFtpServer(std::string user = "tester", std::string password = "secret",
+                               UploadProtocol protocol = UploadProtocol::Ftp,
+                               const std::filesystem::path& certificate = {});
     ~LoopbackFtpServer();
     LoopbackFtpServer(const LoopbackFtpServer&) = delete;
     LoopbackFtpServer& operator=(const LoopbackFtpServer&) = delete;
@@ -35,6 +42,10 @@ class LoopbackFtpServer {
     std::u16string ServerText() const;
     std::u16string UserText() const;
     std::u16string PasswordText() const;
+    // The upload target of the user, with the server's protocol and nothing trusted.
+    UploadTarget Target() const;
+    // SFTP: the host key's fingerprint ("SHA256:..."), as the server itself computed it.
+    const std::string& HostKey() const { return hostKey_; }
     // The user's home folder on the server, a temporary folder of this machine.
     const std::filesystem::path& Root() const { return root_.Path(); }
 
@@ -43,13 +54,19 @@ class LoopbackFtpServer {
     void Stop();
 
   private:
-    // Takes the port from the server's first line of output; a server that gave none is
-    // stopped, and the start fails.
+    // Takes the port (and the host key) from the server's first line of output; a server that
+    // gave none is stopped, and the start fails.
     void TakePort(const std::string& firstLine);
+    // The script and the arguments after the user's root folder.
+    std::string Script() const;
+    std::vector<std::string> Options() const;
 
     struct Process;  // the running server, one kind per platform
     std::string user_;
     std::string password_;
+    UploadProtocol protocol_;
+    std::string certificate_;
+    std::string hostKey_;
     TempDir root_;
     std::unique_ptr<Process> process_;
     int port_ = 0;

@@ -1,9 +1,11 @@
 # The loopback FTP server of the tests (LoopbackFtpServer*.cpp), run by the system Python on
 # every platform: on Linux directly, on Windows through Wine, which starts Linux programs too.
-# Usage: LoopbackFtpServer.py USER PASSWORD ROOT
+# Usage: LoopbackFtpServer.py USER PASSWORD ROOT [ftp|ftps|ftps-implicit CERTIFICATE_PEM]
 # Binds a port chosen by the system and prints it as its first line, so there is no race for a
 # free port. Serves until its standard input ends: the test closes it to stop the server, and a
 # test process that dies closes it too. Every connection is closed before the process ends.
+# ftps takes AUTH TLS and requires it on the control and data connections; ftps-implicit speaks
+# TLS from the first byte. The PEM file holds the certificate chain and the key.
 import logging
 import os
 import select
@@ -15,19 +17,52 @@ from pyftpdlib.servers import FTPServer
 
 logging.basicConfig(level=logging.WARNING)
 user, password, root = sys.argv[1:4]
+mode = sys.argv[4] if len(sys.argv) > 4 else "ftp"
 authorizer = DummyAuthorizer()
 authorizer.add_user(user, password, root, perm="elradfmwMT")
 authorizer.add_user("reader", password, root, perm="elr")
 
 
-class Handler(FTPHandler):
-    def ftp_STOR(self, file, mode="w"):
-        # An upload named cut* loses its connection half way.
-        if file.rsplit("/", 1)[-1].startswith("cut"):
-            self.close()
-            return
-        return FTPHandler.ftp_STOR(self, file, mode)
+def test_behaviour(base):
+    class Handler(base):
+        def ftp_STOR(self, file, mode="w"):
+            name = file.rsplit("/", 1)[-1]
+            # An upload named cut* loses its connection half way, one named full* finds the
+            # server's disk full.
+            if name.startswith("cut"):
+                self.close()
+                return
+            if name.startswith("full"):
+                self.respond("552 Requested file action aborted: exceeded storage allocation.")
+                return
+            return base.ftp_STOR(self, file, mode)
 
+    return Handler
+
+
+if mode == "ftp":
+    Handler = test_behaviour(FTPHandler)
+else:
+    from pyftpdlib.handlers import TLS_DTPHandler, TLS_FTPHandler
+
+    class DataHandler(TLS_DTPHandler):
+        # A data connection still in its TLS handshake must be read, or the handshake a client
+        # starts before STOR stalls and the connection is reset (pyftpdlib issue 604).
+        def readable(self):
+            return self._ssl_accepting or super().readable()
+
+    class ImplicitHandler(TLS_FTPHandler):
+        # TLS from the first byte: the handshake comes before the greeting.
+        def __init__(self, conn, server, ioloop=None):
+            super().__init__(conn, server, ioloop)
+            if self.connected:
+                self.secure_connection(self.ssl_context)
+
+    Handler = test_behaviour(TLS_FTPHandler if mode == "ftps" else ImplicitHandler)
+    Handler.certfile = sys.argv[5]
+    Handler.dtp_handler = DataHandler
+    Handler.tls_control_required = True
+    Handler.tls_data_required = True
 
 Handler.authorizer = authorizer
 Handler.auth_failed_timeout = 0
@@ -46,4 +81,6 @@ def stop_at_end_of_input():
 
 server.ioloop.call_every(0.05, stop_at_end_of_input)
 print(server.address[1], flush=True)
-server.serve_forever(handle_exit=False)
+# A short poll: the TLS data connection's close is otherwise seen only at the next one-second
+# wake-up, which delays the reply to every upload on it.
+server.serve_forever(timeout=0.05, handle_exit=False)

@@ -40,9 +40,13 @@ struct LoopbackFtpServer::Process {
     int input = -1;  // the server serves until this closes
 };
 
-LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
+LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
+                                     UploadProtocol protocol,
+                                     const std::filesystem::path& certificate)
     : user_(std::move(user)),
       password_(std::move(password)),
+      protocol_(protocol),
+      certificate_(certificate.string()),
       process_(std::make_unique<Process>()) {
     int output[2];
     int input[2];
@@ -58,7 +62,10 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
     const std::string python = TESSELEX_PYTHON;
     const std::string root = root_.Path().string();
     // Everything exec needs is built before fork: only async-signal-safe calls follow it.
-    std::vector<std::string> args = {python, TESSELEX_FTP_SERVER_SCRIPT, user_, password_, root};
+    std::vector<std::string> args = {python, Script(), user_, password_, root};
+    for (const std::string& option : Options()) {
+        args.push_back(option);
+    }
     std::vector<char*> argv;
     for (auto& arg : args) {
         argv.push_back(arg.data());

@@ -9,6 +9,7 @@
 
 #include <stdexcept>
 #include <string_view>
+#include <vector>
 
 #include "tests/support/LoopbackFtpServer.h"
 
@@ -94,9 +95,13 @@ struct LoopbackFtpServer::Process {
     SOCKET control = INVALID_SOCKET;  // this end of the server's standard input and output
 };
 
-LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
+LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
+                                     UploadProtocol protocol,
+                                     const std::filesystem::path& certificate)
     : user_(std::move(user)),
       password_(std::move(password)),
+      protocol_(protocol),
+      certificate_(certificate.string()),
       process_(std::make_unique<Process>()) {
     WSADATA data;
     if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
@@ -112,9 +117,12 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password)
     std::string firstLine;
     try {
         std::wstring commandLine = Quoted(python);
-        for (const std::string& argument :
-             {std::string(TESSELEX_FTP_SERVER_SCRIPT), user_, password_,
-              WineName<char>("wine_get_unix_file_name", Root().native())}) {
+        std::vector<std::string> arguments = {
+            Script(), user_, password_, WineName<char>("wine_get_unix_file_name", Root().native())};
+        for (const std::string& option : Options()) {
+            arguments.push_back(option);
+        }
+        for (const std::string& argument : arguments) {
             commandLine += L" " + Quoted(argument);
         }
         STARTUPINFOW startup{};

@@ -9,6 +9,8 @@
 #include "app/engine/Outbox.h"
 #include "app/engine/WatchLock.h"
 #include "tests/app/engine/EngineFixture.h"
+#include "tests/support/FreePort.h"
+#include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex {
@@ -189,6 +191,48 @@ TEST_F(EngineCommandTest, WatchKeepsPollingUntilSigtermEndsItAfterTheDelivery) {
               "echo \"exit $?\"");
     EXPECT_EQ(result.Out, "exit 0\n");
     EXPECT_EQ(ReadBytes(destination_), SampleReply());
+}
+
+TEST_F(EngineCommandTest, FtpTestTrustsAServerOnlyWhenAskedAndTheExportIsUploadedToIt) {
+    const test::LoopbackFtpServer sftp("tester", "secret", UploadProtocol::Sftp);
+    for (const std::string& setting :
+         {"FTPServer " + sftp.Address(), std::string("FTPProtocol sftp"),
+          std::string("FTPUser tester"), std::string("FTPPassword secret"),
+          std::string("FTPFilename export.mrc")}) {
+        ASSERT_EQ(Run("settings set " + setting).Status, 0);
+    }
+    const std::string seen = "fingerprint: " + sftp.HostKey() + "\n";
+    const CliResult unknown = Run("ftp test");
+    EXPECT_EQ(unknown.Status, 1);
+    EXPECT_EQ(unknown.Out, "protocol: sftp\nserver: " + sftp.Address() + "\n" + seen +
+                               "trusted: no\n");
+    EXPECT_EQ(Run("settings get FTPTrust").Out, "\n") << "nothing trusted without --trust";
+    // An export waits while the key is unknown: its status line names the key.
+    const CliResult waiting = Run("fetch " + bibId_);
+    EXPECT_EQ(waiting.Status, 1);
+    EXPECT_NE(waiting.Out.find(sftp.HostKey() + " is not trusted yet"), std::string::npos)
+        << waiting.Out;
+    EXPECT_FALSE(std::filesystem::exists(sftp.Root() / "export.mrc"));
+
+    const CliResult trusted = Run("ftp test --trust");
+    EXPECT_EQ(trusted.Status, 0);
+    EXPECT_EQ(trusted.Out, "protocol: sftp\nserver: " + sftp.Address() + "\n" + seen +
+                               "trusted: no\nstored as trusted: " + sftp.HostKey() + "\n" +
+                               seen + "trusted: yes\nlogged in; the upload folder holds 0 names\n");
+    EXPECT_EQ(Run("settings get FTPTrust").Out,
+              "sftp://127.0.0.1:" + std::to_string(sftp.Port()) + " " + sftp.HostKey() + "\n");
+    const CliResult sent = Run("outbox retry");
+    EXPECT_EQ(sent.Status, 0) << sent.Out;
+    EXPECT_EQ(ReadBytes(sftp.Root() / "export.mrc"), ReadBytes(destination_));
+
+    // Plain FTP with a password says so once at start-up.
+    Run("settings set FTPProtocol ftp");
+    Run("settings set FTPServer 127.0.0.1:" + std::to_string(test::UnusedLoopbackPort()));
+    const CliResult plain = Run("fetch " + bibId_);
+    EXPECT_NE(plain.Out.find("Lösenordet skickas okrypterat till 127.0.0.1:"), std::string::npos)
+        << plain.Out;
+    EXPECT_EQ(Run("settings set FTPProtocol scp").Status, 0);
+    EXPECT_EQ(Run("ftp test").Status, 2) << "an unknown protocol is a usage error";
 }
 
 }  // namespace

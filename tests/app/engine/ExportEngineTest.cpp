@@ -462,7 +462,7 @@ TEST_F(ExportEngineTest, WritesThatFailLeaveTheOldFilesAndSaySo) {
     EXPECT_TRUE(test::RunWithFileSizeLimit(1024, [&] {
         engine.SetOption(Option::Libraries, std::u16string(3000, u'x'));
         const std::u16string big(3000, u's');
-        engine.SetFtp({big, big, big, big, big});
+        engine.SetFtp({big, big, big, big, big, big, big});
         const std::u16string failed =
             u"Inställningarna kunde inte sparas till " + PathToText(dir_ / "settings.ini") + u".";
         return lines_.size() == 2 && lines_[0].IsError() && lines_[0].Text == failed &&
@@ -584,7 +584,7 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAloneAfterASuccessfulSave) {
     engine.SetFtp({ftp_.ServerText(), ftp_.UserText(), u"wrong", u"", u"export.mrc"});
     lines_.clear();
     const ExportReport refused = engine.Export(u"12515882");
-    EXPECT_EQ(refused.Upload->Kind(), FaultKind::Refused) << "a wrong password, told as such";
+    EXPECT_EQ(refused.Upload->Kind(), FaultKind::Refused) << "a log-in the server refused";
     EXPECT_EQ(Delivered(), SampleReply());
     ASSERT_EQ(lines_.size(), 3U);
     EXPECT_EQ(lines_[2].Text, u"Försöker igen kl. 10:00.") << "the upload is tried again";

@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMessageBox>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
@@ -25,11 +26,13 @@
 #include "app/gui/SessionEnd.h"
 #include "app/gui/SingleInstance.h"
 #include "app/gui/frmMain.h"
+#include "config/Strings.h"
 #include "dialogs/FrmSubjects.h"
 #include "dialogs/frmFTP.h"
 #include "dialogs/frmOutbox.h"
 #include "dialogs/frmSysTray.h"
 #include "tests/app/gui/GuiFixture.h"
+#include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex::test {
@@ -277,6 +280,50 @@ TEST_F(MainProgramTest, DialogsHandTheirTextsToTheEngine) {
     });
     program->Window().findChild<QAction*>(QStringLiteral("ArkivFTP"))->trigger();
     EXPECT_TRUE(WaitFor([&] { return StoredSetting(SettingKey::FTPServer) == u"127.0.0.1:1"; }));
+}
+
+TEST_F(MainProgramTest, TestingTheConnectionAsksBeforeItTrustsTheServer) {
+#ifdef _WIN32
+    GTEST_SKIP() << "the Windows build has no SFTP";
+#endif
+    const LoopbackFtpServer sftp("tester", "secret", UploadProtocol::Sftp);
+    auto program = Started({QStringLiteral("show")}, true);
+    // Every message box "Testa anslutning" opens is read and answered: Yes to the question
+    // whether to trust the server, Ok to the rest.
+    QStringList shown;
+    QTimer answer;
+    answer.setInterval(20);
+    QObject::connect(&answer, &QTimer::timeout, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (box != nullptr && box->isVisible()) {
+            shown << box->text();
+            QAbstractButton* yes = box->button(QMessageBox::Yes);
+            QTest::mouseClick(yes != nullptr ? yes : box->button(QMessageBox::Ok), Qt::LeftButton);
+        }
+    });
+    QTimer::singleShot(0, [&] {
+        auto* dialog = qobject_cast<frmFTP*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->SetValue(frmFTP::kServer, QString::fromStdString(sftp.Address()));
+        dialog->SetValue(frmFTP::kUser, QStringLiteral("tester"));
+        dialog->SetValue(frmFTP::kPassword, QStringLiteral("secret"));
+        dialog->SetProtocol(QStringLiteral("sftp"));
+        answer.start();
+        QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("TestButton")),
+                          Qt::LeftButton);
+        answer.stop();
+        dialog->accept();
+    });
+    program->Window().findChild<QAction*>(QStringLiteral("ArkivFTP"))->trigger();
+    const std::u16string trusted = u"sftp://127.0.0.1:" + FromAscii(std::to_string(sftp.Port())) +
+                                   u" " + FromAscii(sftp.HostKey());
+    EXPECT_TRUE(WaitFor([&] { return StoredSetting(SettingKey::FTPTrust) == trusted; }));
+    EXPECT_EQ(StoredSetting(SettingKey::FTPProtocol), u"sftp");
+    ASSERT_EQ(shown.size(), 2) << shown.join(u'|').toStdString();
+    EXPECT_TRUE(shown[0].contains(QString::fromStdString(sftp.HostKey())));
+    EXPECT_TRUE(shown[0].contains(QStringLiteral("Vill du lita på servern")));
+    EXPECT_TRUE(shown[1].contains(QStringLiteral("Inloggningen lyckades")))
+        << shown[1].toStdString();
 }
 
 }  // namespace

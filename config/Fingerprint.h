@@ -1,0 +1,32 @@
+#pragma once
+// Fingerprints of the servers the uploads trust: a TLS certificate's and its public key's SHA-256
+// and an SSH host key's SHA-256, in the forms servers' administrators and libcurl use. Computed
+// here, not by a TLS library, so every platform's transfer gives the same text.
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tesselex {
+
+std::array<std::uint8_t, 32> Sha256(std::string_view bytes);
+// Standard base64; without the "=" padding when `pad` is false (as OpenSSH prints fingerprints).
+std::string Base64(std::string_view bytes, bool pad = true);
+// The bytes of standard base64 text, line breaks and blanks skipped; nothing when it is not
+// base64.
+std::optional<std::string> FromBase64(std::string_view text);
+
+// "SHA256:" and the unpadded base64 of the hash of the key blob, as `ssh-keygen -l` shows it.
+std::string SshHostKeyFingerprint(std::string_view keyBlob);
+
+struct CertificateFingerprints {
+    std::string Pin;          // "sha256//" and the base64 hash of the public key (what is pinned)
+    std::string Certificate;  // the certificate's SHA-256, hexadecimal pairs joined by ":"
+};
+// The fingerprints of the first certificate of a PEM text; nothing when it holds no certificate
+// whose public key can be found.
+std::optional<CertificateFingerprints> FingerprintsOfPem(std::string_view pem);
+
+}  // namespace tesselex
