@@ -79,12 +79,20 @@ void ExportEngine::LoadConfig() {
                             AnsiToText(SystemReason(ec.value())) + u".",
                         true);
     }
+    // Once the log switches are read and the log folder is made; the user's own settings apply.
+    for (const std::u16string& problem : settings_.MachinePolicy().Problems()) {
+        log_.ShowStatus(problem, true);
+    }
 }
 
 void ExportEngine::FetchRequestTable() {
     CfgClass shortcut(Messages());
     shortcut.Load(PathToText(ProgramFile(u"export.url")));
     shortcutAddress_ = shortcut.Item(u"InternetShortcut\\URL")->Value;
+    // The administrator's server address stands in for the user's; export.url stays as it is.
+    if (const auto& address = settings_.MachinePolicy().ServerAddress()) {
+        shortcutAddress_ = *address;
+    }
     serverNotice_ = shortcutAddress_.empty() ? std::u16string() : Fetch(shortcutAddress_);
 
     mainConfig_ = std::make_unique<CfgClass>(Messages());
