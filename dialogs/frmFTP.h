@@ -27,6 +27,9 @@ class frmFTP : public QDialog {
     // The value cell of a row (0-4); any other row throws std::out_of_range.
     void SetValue(int row, const QString& value);
     QString Value(int row) const;
+    // A value set elsewhere (by the administrator): shown greyed, not editable, `reason` as its
+    // tooltip.
+    void Lock(int row, const QString& reason);
 
   protected:
     void done(int result) override;
