@@ -30,7 +30,8 @@ std::filesystem::path FindReadOnlyFile(const std::filesystem::path& name,
 
 // The folder the programs are installed to and the folder of the shipped data (absolute). Where
 // the build was configured to install to; on Windows, where the per-user setup installs
-// (%LOCALAPPDATA%\Programs\TESSELEX, packaging/windows) and the data beside the programs.
+// (%LOCALAPPDATA%\Programs\TESSELEX, packaging/windows) and the data beside the programs. (The
+// per-machine setup's %ProgramFiles%\TESSELEX counts as installed too: config/PlatformWin.cpp.)
 std::filesystem::path InstalledProgramsFolder();
 std::filesystem::path InstalledDataFolder();
 

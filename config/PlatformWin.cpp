@@ -49,7 +49,18 @@ std::filesystem::path Environment(const char* name) {
 }  // namespace
 
 std::filesystem::path detail::ExecutableProgramFolder() {
-    return ChooseProgramFolder(ExecutableFolder(), InstalledProgramsFolder(), Environment);
+    const std::filesystem::path exe = ExecutableFolder();
+    std::filesystem::path folder = ChooseProgramFolder(exe, InstalledProgramsFolder(), Environment);
+    if (folder == exe) {
+        // The per-machine setup's folder under Program Files, which no user may write: there too
+        // the program folder is the user's own, the same one a per-user copy uses, so that both
+        // copies share one outbox and one set of logs.
+        const std::filesystem::path machine = Environment("ProgramFiles");
+        if (machine.is_absolute()) {
+            folder = ChooseProgramFolder(exe, machine / "TESSELEX", Environment);
+        }
+    }
+    return folder;
 }
 
 std::filesystem::path InstalledProgramsFolder() {

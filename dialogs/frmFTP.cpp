@@ -127,6 +127,11 @@ QString frmFTP::Value(int row) const {
     return ValueItem(row)->text();
 }
 
+void frmFTP::Lock(int row, const QString& reason) {
+    ValueItem(row)->setFlags(Qt::NoItemFlags);
+    ValueItem(row)->setToolTip(reason);
+}
+
 QTableWidgetItem* frmFTP::ValueItem(int row) const {
     if (row < 0 || row >= kRowCount) {
         throw std::out_of_range("frmFTP: no grid row " + std::to_string(row));

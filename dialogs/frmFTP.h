@@ -37,6 +37,9 @@ class frmFTP : public QDialog {
     QString Protocol() const;
     // Called by "Testa anslutning" with the dialog, its values as shown (an open edit included).
     void SetTester(std::function<void(frmFTP&)> tester);
+    // A value set elsewhere (by the administrator): shown greyed, not editable, `reason` as its
+    // tooltip.
+    void Lock(int row, const QString& reason);
 
   protected:
     void done(int result) override;

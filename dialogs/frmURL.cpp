@@ -59,6 +59,14 @@ QString frmURL::Address() const {
     return txtURL_->text().remove(QStringLiteral("\r\n"));
 }
 
+void frmURL::Lock(const QString& reason) {
+    txtURL_->setEnabled(false);
+    txtURL_->setToolTip(reason);
+    command1_->setEnabled(false);
+    command3_->setEnabled(false);
+    command2_->setDefault(true);
+}
+
 bool frmURL::eventFilter(QObject* watched, QEvent* event) {
     if (watched == txtURL_ && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();

@@ -19,6 +19,9 @@ class frmURL : public QDialog {
 
     // The edited address without "\r\n"; the new setting once exec() returned Accepted.
     QString Address() const;
+    // An address set elsewhere (by the administrator): shown greyed with `reason` as its tooltip;
+    // only cancelling is left.
+    void Lock(const QString& reason);
 
   protected:
     // Swallows Enter in the address box, so it neither breaks the line nor presses a button.

@@ -94,14 +94,22 @@ std::optional<SettingKey> KnownKey(const std::string& name) {
 int SettingsCommand(const std::vector<std::string>& args) {
     Settings settings;
     const std::string action = args.empty() ? std::string() : args[0];
+    const Policy& policy = settings.MachinePolicy();
     if (action == "list" && args.size() == 1) {
+        for (const std::u16string& problem : policy.Problems()) {
+            std::cerr << "tesselex-cli: " << TextToUtf8(problem) << '\n';
+        }
         for (const SettingKeyInfo& info : SettingKeys()) {
             const std::u16string value = settings.Setting(info.Key);
             // The password never shows on a screen someone may be looking at
             // (docs/behaviour.md).
             const bool masked = info.Key == SettingKey::FTPPassword && !value.empty();
             std::cout << TextToUtf8(info.Name) << '=' << (masked ? "********" : TextToUtf8(value))
-                      << '\n';
+                      << (settings.IsLocked(info.Key) ? " (policy)" : "") << '\n';
+        }
+        if (policy.ServerAddress()) {
+            std::cout << TextToUtf8(PolicyServerAddress) << '='
+                      << TextToUtf8(*policy.ServerAddress()) << " (policy)\n";
         }
         return 0;
     }
@@ -123,6 +131,12 @@ int SettingsCommand(const std::vector<std::string>& args) {
         const auto key = KnownKey(args[1]);
         if (!key) {
             return 2;
+        }
+        if (settings.IsLocked(*key)) {
+            std::cerr << "tesselex-cli: " << args[1]
+                      << " is set by the administrator for every user of this machine ("
+                      << TextToUtf8(policy.Source()) << ") and cannot be changed here\n";
+            return 1;
         }
         if (!settings.StoreSetting(*key, Utf8ToText(args[2]))) {
             std::cerr << "tesselex-cli: the settings file " << TextToUtf8(settings.FileName())

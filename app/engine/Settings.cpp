@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "app/engine/FileLock.h"
 #include "app/engine/WatchLock.h"
@@ -65,19 +66,25 @@ std::u16string NativeSettingsKey(std::u16string_view application, bool windows) 
            std::u16string(application);
 }
 
-Settings::Settings() : store_(OpenNativeSettings(u"TESSELEX")) {
+Settings::Settings() : store_(OpenNativeSettings(u"TESSELEX")), policy_(Policy::Machine()) {
 #ifndef Q_OS_WIN
     file_ = TextToPath(ToText(store_->fileName()));
 #endif
 }
 
-Settings::Settings(const std::filesystem::path& iniFile)
+Settings::Settings(const std::filesystem::path& iniFile, Policy policy)
     : store_(std::make_unique<QSettings>(ToQString(iniFile), QSettings::IniFormat)),
-      file_(iniFile) {}
+      file_(iniFile),
+      policy_(std::move(policy)) {}
 
 Settings::~Settings() = default;
 
 std::u16string Settings::Setting(std::u16string_view key) const {
+    if (const auto known = FindSettingKey(key)) {
+        if (const std::u16string* locked = policy_.Value(*known)) {
+            return *locked;
+        }
+    }
     const QString stored = StoredKey(*store_, key);
     return ToText(store_->value(FullKey(stored)).toString());
 }
@@ -87,6 +94,9 @@ std::u16string Settings::Setting(SettingKey key) const {
 }
 
 bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) {
+    if (const auto known = FindSettingKey(key); known && IsLocked(*known)) {
+        return true;
+    }
     if (file_.empty()) {
         // The registry writes each value whole.
         store_->setValue(FullKey(StoredKey(*store_, key)), ToQString(value));

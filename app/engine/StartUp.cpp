@@ -60,12 +60,20 @@ void ExportEngine::LoadConfig() {
         // Every log line after this would fail; said once, here, with the system's reason.
         log_.ShowStatus(LogFolderNotMadeMessage(log_.LogFolder(), SystemFault(ec.value())), true);
     }
+    // Once the log switches are read and the log folder is made; the user's own settings apply.
+    for (const std::u16string& problem : settings_.MachinePolicy().Problems()) {
+        log_.ShowStatus(problem, true);
+    }
 }
 
 void ExportEngine::FetchRequestTable() {
     CfgClass shortcut(Messages());
     shortcut.Load(PathToText(ProgramFile(u"export.url")));
     shortcutAddress_ = shortcut.Item(u"InternetShortcut\\URL")->Value;
+    // The administrator's server address stands in for the user's; export.url stays as it is.
+    if (const auto& address = settings_.MachinePolicy().ServerAddress()) {
+        shortcutAddress_ = *address;
+    }
     mainConfig_ = std::make_unique<CfgClass>(Messages());
     tableFailures_ = 0;
     tableNextTry_ = 0;

@@ -8,7 +8,8 @@
 
 namespace tesselex::gui {
 
-EngineController::EngineController(ControllerOptions options, QObject* parent) : QObject(parent) {
+EngineController::EngineController(ControllerOptions options, QObject* parent)
+    : QObject(parent), policy_(options.MachinePolicy) {
     qRegisterMetaType<EngineState>();
     qRegisterMetaType<StatusLine>();
     qRegisterMetaType<ExportReport>();

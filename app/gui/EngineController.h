@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "app/engine/ExportEngine.h"
+#include "app/engine/Policy.h"
 #include "app/gui/PromptGate.h"
 
 namespace tesselex {
@@ -36,6 +37,9 @@ struct ControllerOptions {
     Prompts Ask;
     int PollIntervalMs = 1000;
     QString DisplayConfig;  // the display configuration of the readable record view
+    // What the window shows locked: the policy the engine's settings read (none in tests unless
+    // given with MakeSettings' own).
+    Policy MachinePolicy;
 };
 
 class EngineController : public QObject {
@@ -57,6 +61,7 @@ class EngineController : public QObject {
     const EngineState& State() const { return state_; }
     const FtpSettings& Ftp() const { return ftp_; }
     QString ServerAddress() const { return serverAddress_; }
+    const Policy& MachinePolicy() const { return policy_; }
     // The exports waiting in the outbox as last reported, oldest first.
     const std::vector<OutboxEntry>& Waiting() const { return waiting_; }
 
@@ -102,6 +107,7 @@ class EngineController : public QObject {
     FtpSettings ftp_;
     QString serverAddress_;
     std::vector<OutboxEntry> waiting_;
+    Policy policy_;
 };
 
 }  // namespace tesselex::gui

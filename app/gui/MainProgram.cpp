@@ -230,6 +230,10 @@ constexpr std::u16string FtpSettings::*FtpRows[] = {&FtpSettings::Server, &FtpSe
                                                     &FtpSettings::Password, &FtpSettings::Directory,
                                                     &FtpSettings::Filename};
 static_assert(std::size(FtpRows) == frmFTP::kRowCount);
+constexpr SettingKey FtpKeys[] = {SettingKey::FTPServer, SettingKey::FTPUser,
+                                  SettingKey::FTPPassword, SettingKey::FTPDirectory,
+                                  SettingKey::FTPFilename};
+static_assert(std::size(FtpKeys) == frmFTP::kRowCount);
 
 // The dialog's values as settings; the trusted fingerprints are not shown in it.
 FtpSettings FtpOfDialog(const frmFTP& dialog, const FtpSettings& before) {
@@ -328,6 +332,9 @@ void MainProgram::OpenFtp() {
     FtpSettings ftp = controller_->Ftp();
     for (int row = 0; row < frmFTP::kRowCount; ++row) {
         dialog.SetValue(row, Q(ftp.*FtpRows[row]));
+        if (controller_->MachinePolicy().Locks(FtpKeys[row])) {
+            dialog.Lock(row, AdministratorSetText());
+        }
     }
     dialog.SetProtocol(Q(ftp.Protocol));
     dialog.SetTester([&ftp](frmFTP& shown) { TestConnection(shown, ftp); });
@@ -338,6 +345,9 @@ void MainProgram::OpenFtp() {
 
 void MainProgram::OpenServerAddress() {
     frmURL dialog(controller_->ServerAddress(), window_.get());
+    if (controller_->MachinePolicy().ServerAddress()) {
+        dialog.Lock(AdministratorSetText());
+    }
     if (dialog.exec() == QDialog::Accepted) {
         controller_->SetServerAddress(dialog.Address());
     }

@@ -37,6 +37,36 @@ OptionValue ValueOf(const ExportOptions& options, Option option) {
     return false;
 }
 
+QString AdministratorSetText() {
+    return QStringLiteral("Inställd av administratören");
+}
+
+bool LockedBy(const Policy& policy, Option option) {
+    switch (option) {
+        case Option::Code003:
+            return policy.Locks(SettingKey::String003);
+        case Option::Authorities:
+            return policy.Locks(SettingKey::Authtype);
+        case Option::Holdings:
+            return policy.Locks(SettingKey::Holdtype);
+        case Option::Characters:
+            return policy.Locks(SettingKey::Charset) || policy.Locks(SettingKey::Compose);
+        case Option::Change035:
+            return policy.Locks(SettingKey::Change035);
+        case Option::IsbnNoHyphens:
+            return policy.Locks(SettingKey::ISBNDehyphenate);
+        case Option::Subjects:
+            return policy.Locks(SettingKey::Subjects);
+        case Option::Libraries:
+            return policy.Locks(SettingKey::Libraries);
+        case Option::Destination:
+            return policy.Locks(SettingKey::Destination);
+        case Option::OneAtATime:
+            return policy.Locks(SettingKey::Clear);
+    }
+    return false;
+}
+
 OptionValue ChoiceValue(Option option, int index) {
     switch (option) {
         case Option::Code003:
@@ -104,8 +134,13 @@ void OptionBindings::Show(const ExportOptions& options) {
                     edit->setText(Q(std::get<std::u16string>(value)));
                 }
                 break;
+            case Kind::Opener:
+                break;
         }
-        if (binding.Bound == Option::OneAtATime) {
+        if (LockedBy(policy_, binding.Bound)) {
+            binding.Widget->setEnabled(false);
+            binding.Widget->setToolTip(AdministratorSetText());
+        } else if (binding.Bound == Option::OneAtATime) {
             // An FTP server locks the option; the reason is shown beside it.
             binding.Widget->setEnabled(!options.OneAtATimeLocked);
             binding.Widget->setToolTip(Q(options.LockedReason));

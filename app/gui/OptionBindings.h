@@ -9,10 +9,12 @@
 #include <vector>
 
 #include "app/engine/ExportOptions.h"
+#include "app/engine/Policy.h"
 
 class QCheckBox;
 class QComboBox;
 class QLineEdit;
+class QString;
 class QWidget;
 
 namespace tesselex::gui {
@@ -29,10 +31,14 @@ class OptionBindings {
     void Bind(QCheckBox* box, Option option);
     void Bind(QComboBox* box, Option option);
     void Bind(QLineEdit* edit, Option option);
+    // A button that opens the option's dialog: only locked with it.
+    void BindOpener(QWidget* button, Option option) { Add(button, option, Kind::Opener); }
+    // Options the administrator's policy sets are shown greyed, with the reason as tooltip.
+    void SetPolicy(const Policy& policy) { policy_ = policy; }
     void Show(const ExportOptions& options);
 
   private:
-    enum class Kind { Check, Choice, Text };
+    enum class Kind { Check, Choice, Text, Opener };
     struct Binding {
         QWidget* Widget;
         Option Bound;
@@ -44,7 +50,13 @@ class OptionBindings {
 
     Send send_;
     std::vector<Binding> table_;
+    Policy policy_;
 };
+
+// The tooltip of a setting the administrator set.
+QString AdministratorSetText();
+// Whether the policy sets the setting the option is stored in.
+bool LockedBy(const Policy& policy, Option option);
 
 // The option's value as the options hold it.
 OptionValue ValueOf(const ExportOptions& options, Option option);

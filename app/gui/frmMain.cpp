@@ -19,6 +19,7 @@
 #include <QTableWidget>
 #include <QTextBrowser>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "app/Version.h"
 #include "app/gui/AppIcons.h"
@@ -59,6 +60,7 @@ frmMain::frmMain(EngineController& controller, QWidget* parent)
     setObjectName(QStringLiteral("frmMain"));
     setWindowTitle(QStringLiteral("TESSEL Export (7)"));
     setWindowIcon(AppIcon());
+    bindings_.SetPolicy(controller_.MachinePolicy());
     BuildMenus();
 
     auto* central = new QWidget;
@@ -153,6 +155,14 @@ void frmMain::BuildMenus() {
             controller_.SetLogging({logAll_->isChecked(), logErrors_->isChecked()});
         });
     }
+    for (const auto& [action, key] :
+         {std::pair{logAll_, SettingKey::Logging}, std::pair{logErrors_, SettingKey::LogErrors}}) {
+        if (controller_.MachinePolicy().Locks(key)) {
+            action->setEnabled(false);
+            action->setToolTip(AdministratorSetText());
+        }
+    }
+    logging->setToolTipsVisible(true);
     QAction* about = arkiv->addAction(QStringLiteral("&Om TESSEL Export..."));
     about->setObjectName(QStringLiteral("ArkivOm"));
     connect(about, &QAction::triggered, this, [this] {
@@ -264,6 +274,7 @@ QWidget* frmMain::BuildOptions() {
     cmdSubs->setAccessibleName(QStringLiteral("Välj ämnesordssystem"));
     cmdSubs->setMaximumWidth(40);
     connect(cmdSubs, &QPushButton::clicked, this, &frmMain::subjectsRequested);
+    bindings_.BindOpener(cmdSubs, Option::Subjects);
     grid->addWidget(label(QStringLiteral("Sigler:"), sigler), 5, 0);
     grid->addWidget(sigler, 5, 1);
     grid->addWidget(label(QStringLiteral("Ämnesord:"), subj), 5, 2);

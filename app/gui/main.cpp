@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
     options.Arguments = QApplication::arguments().mid(1);
     options.Controller.Ask = tesselex::gui::DesktopPrompts();
     options.Controller.DisplayConfig = tesselex::gui::DefaultDisplayConfig();
+    options.Controller.MachinePolicy = tesselex::Policy::Machine();
     tesselex::gui::MainProgram program(std::move(options));
     if (!program.Start()) {
         return 0;

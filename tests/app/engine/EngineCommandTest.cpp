@@ -83,6 +83,40 @@ TEST_F(EngineCommandTest, SettingsAreSetAndReadWithoutRegardToCase) {
     EXPECT_EQ(server_.Requests(), std::vector<std::string>{"/config"});
 }
 
+// The machine's policy: shown and locked in the settings, its server address asked for the
+// request table instead of export.url's (which is left as it is), a bad value reported at
+// start-up with the user's own setting in force.
+TEST_F(EngineCommandTest, PolicyLocksSettingsAndNamesTheServer) {
+    WriteBytes(home_ / "export.url", "[InternetShortcut]\r\nURL=http://127.0.0.1:9/config\r\n");
+    WriteBytes(dir_ / "policy.conf", "ServerAddress=" + server_.Address("/config") +
+                                         "\nHoldtype=none\nFTPServer=ftp.example:99999\n");
+    EXPECT_EQ(Run("settings set FTPServer mine.example").Status, 0);
+    const CliResult list = Run("settings list");
+    EXPECT_NE(list.Out.find("\nHoldtype=none (policy)\n"), std::string::npos) << list.Out;
+    EXPECT_NE(list.Out.find("\nFTPServer=mine.example\n"), std::string::npos) << list.Out;
+    EXPECT_TRUE(
+        list.Out.ends_with("\nServerAddress=" + server_.Address("/config") + " (policy)\n"));
+    const CliResult set = Shell("\"$CLI\" settings set holdtype after 2>&1");
+    EXPECT_EQ(set.Status, 1);
+    EXPECT_EQ(set.Out,
+              "tesselex-cli: holdtype is set by the administrator for every user of "
+              "this machine (" +
+                  (dir_ / "policy.conf").string() + ") and cannot be changed here\n");
+    EXPECT_EQ(Run("request 4711").Out,
+              server_.Address("/export?f003=TESSEL&bibid=4711&auth=interleaved&holdings=none&"
+                              "charset=iso-8859-1") +
+                  "\n");
+    const CliResult watch = Run("watch --once");
+    EXPECT_EQ(watch.Status, 1) << "an error line was shown";
+    EXPECT_NE(watch.Out.find(
+                  "\tAdministrat\xC3\xB6rens inst\xC3\xA4llning FTPServer = \"ftp.example:99999\" "
+                  "anv\xC3\xA4nds inte: "),
+              std::string::npos)
+        << watch.Out;
+    EXPECT_EQ(ReadBytes(home_ / "export.url"),
+              "[InternetShortcut]\r\nURL=http://127.0.0.1:9/config\r\n");
+}
+
 TEST_F(EngineCommandTest, WatchOnceRunsTheWholeCycleAndFetchRepeatsTheLastBibId) {
     EXPECT_EQ(Run("fetch").Status, 1) << "no bib id yet: Ingen aktiv post!";
     EXPECT_EQ(Run("fetch 1 2").Status, 2);

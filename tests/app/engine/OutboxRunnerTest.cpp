@@ -72,6 +72,17 @@ class OutboxRunnerTest : public ::testing::Test {
         }
         return waits;
     }
+    // The bib id's export fails with the fault; the one saved after it is delivered at once.
+    void FailThenDeliverTheNext(OutboxRunner& runner, const std::u16string& bibId,
+                                const Fault& fault) {
+        faults_[bibId] = fault;
+        Add(runner, bibId);
+        RunDue(runner);
+        Add(runner, u"ok");
+        RunDue(runner);
+        EXPECT_EQ(tries_, (std::vector<std::u16string>{bibId, u"ok"}));
+        ASSERT_EQ(Ids(runner), std::vector<std::u16string>{bibId});
+    }
     std::vector<std::u16string> Ids(const OutboxRunner& runner) const {
         std::vector<std::u16string> ids;
         for (const OutboxEntry& entry : runner.Entries()) {
@@ -126,13 +137,7 @@ TEST_F(OutboxRunnerTest, AnOutageBacksOffTheWholeQueueOnce) {
 
 TEST_F(OutboxRunnerTest, AFailingRecordBacksOffAloneAndTheNextOnesGo) {
     OutboxRunner runner = MakeRunner();
-    faults_[u"500"] = kServerError;
-    Add(runner, u"500");
-    RunDue(runner);
-    Add(runner, u"ok");
-    RunDue(runner);
-    EXPECT_EQ(tries_, (std::vector<std::u16string>{u"500", u"ok"}));
-    EXPECT_EQ(Ids(runner), std::vector<std::u16string>{u"500"});
+    FailThenDeliverTheNext(runner, u"500", kServerError);
     // It keeps failing: its own back-off, while every later save is delivered at once.
     EXPECT_EQ(Waits(runner, 500, u"500", 100), (std::vector<long long>{15, 30, 60, 120, 240}));
     EXPECT_EQ(Ids(runner), std::vector<std::u16string>{u"500"}) << "the five later ones went";
@@ -140,13 +145,7 @@ TEST_F(OutboxRunnerTest, AFailingRecordBacksOffAloneAndTheNextOnesGo) {
 
 TEST_F(OutboxRunnerTest, AFailureNoRetryCuresStandsAsideUntilTheCataloguerActs) {
     OutboxRunner runner = MakeRunner();
-    faults_[u"404"] = kMissing;
-    Add(runner, u"404");
-    RunDue(runner);
-    Add(runner, u"ok");
-    RunDue(runner);
-    EXPECT_EQ(tries_, (std::vector<std::u16string>{u"404", u"ok"}));
-    ASSERT_EQ(Ids(runner), std::vector<std::u16string>{u"404"});
+    FailThenDeliverTheNext(runner, u"404", kMissing);
     EXPECT_TRUE(runner.Find(u"404")->Failed);
     EXPECT_EQ(runner.Find(u"404")->Attempts, 1);
     now_ += 3600;

@@ -17,7 +17,10 @@ GuiFixture::~GuiFixture() {
 gui::ControllerOptions GuiFixture::Options() {
     gui::ControllerOptions options;
     const std::filesystem::path ini = dir_ / "settings.ini";
-    options.MakeSettings = [ini] { return std::make_unique<Settings>(ini); };
+    options.MakeSettings = [ini, policy = policy_] {
+        return std::make_unique<Settings>(ini, policy);
+    };
+    options.MachinePolicy = policy_;
     options.Ask.AskYesNo = [](const QString&) { return true; };
     options.PollIntervalMs = 50;
     options.DisplayConfig =

@@ -39,6 +39,7 @@ class GuiFixture : public ::testing::Test, protected ExportSandbox {
     static QStringList StatusMessages(const QWidget& window);
     int GridRows() const;
 
+    Policy policy_;  // the machine's policy the engine and the window see; none unless set
     std::unique_ptr<gui::EngineController> controller_;
     std::unique_ptr<gui::frmMain> window_;
 };

@@ -3,15 +3,17 @@
 
 #include <QAbstractEventDispatcher>
 #include <QAction>
-#include <QLabel>
-#include <QPushButton>
-#include <QTableWidget>
 #include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
+#include <QPushButton>
 #include <QSignalSpy>
+#include <QTableWidget>
 #include <QTest>
 #include <QTimer>
 #include <optional>
@@ -324,6 +326,62 @@ TEST_F(MainProgramTest, TestingTheConnectionAsksBeforeItTrustsTheServer) {
     EXPECT_TRUE(shown[0].contains(QStringLiteral("Vill du lita på servern")));
     EXPECT_TRUE(shown[1].contains(QStringLiteral("Inloggningen lyckades")))
         << shown[1].toStdString();
+}
+
+// What the administrator set is shown greyed with the reason, in the window and its dialogs,
+// and stays as set; the user's own settings are not rewritten.
+TEST_F(MainProgramTest, SettingsTheAdministratorSetAreGreyedWithTheReason) {
+    policy_ = Policy(
+        {{u"Holdtype", u"none"},
+         {u"Subjects", u"T:084"},
+         {u"Logging", u"Yes"},
+         {u"FTPServer", u"ftp.bibl.example"},
+         {u"ServerAddress", QString::fromStdString(server_.Address("/config")).toStdU16String()}},
+        u"test");
+    auto program = Started({QStringLiteral("show")}, true);
+    QWidget& window = program->Window();
+    const QString reason = QStringLiteral("Inställd av administratören");
+    auto* hold = window.findChild<QComboBox*>(QStringLiteral("cmbHold"));
+    ASSERT_TRUE(WaitFor([&] { return hold->currentIndex() == 2; }));
+    for (const char* name : {"cmbHold", "TxtSubj", "CmdSubs"}) {
+        auto* widget = window.findChild<QWidget*>(QString::fromLatin1(name));
+        EXPECT_FALSE(widget->isEnabled()) << name;
+        EXPECT_EQ(widget->toolTip(), reason) << name;
+    }
+    EXPECT_TRUE(window.findChild<QWidget*>(QStringLiteral("cmbAuth"))->isEnabled());
+    auto* logAll = window.findChild<QAction*>(QStringLiteral("ArkivLoggaAllt"));
+    EXPECT_TRUE(logAll->isChecked());
+    EXPECT_FALSE(logAll->isEnabled());
+    EXPECT_TRUE(window.findChild<QAction*>(QStringLiteral("ArkivLoggaFel"))->isEnabled());
+    // With an FTP server set by policy one record at a time is on and locked, for that reason.
+    EXPECT_FALSE(window.findChild<QWidget*>(QStringLiteral("ChkClear"))->isEnabled());
+
+    QTimer::singleShot(0, [&reason] {
+        auto* dialog = qobject_cast<frmFTP*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        auto* grid = dialog->findChild<QTableWidget*>(QStringLiteral("Grid"));
+        EXPECT_EQ(dialog->Value(frmFTP::kServer), QStringLiteral("ftp.bibl.example"));
+        EXPECT_FALSE(grid->item(frmFTP::kServer, 1)->flags() & Qt::ItemIsEnabled);
+        EXPECT_EQ(grid->item(frmFTP::kServer, 1)->toolTip(), reason);
+        EXPECT_TRUE(grid->item(frmFTP::kUser, 1)->flags() & Qt::ItemIsEditable);
+        dialog->SetValue(frmFTP::kUser, QStringLiteral("anna"));
+        dialog->accept();
+    });
+    window.findChild<QAction*>(QStringLiteral("ArkivFTP"))->trigger();
+    EXPECT_TRUE(WaitFor([&] { return StoredSetting(SettingKey::FTPUser) == u"anna"; }));
+    EXPECT_EQ(StoredSetting(SettingKey::FTPServer), u"") << "the user's own, not rewritten";
+    EXPECT_EQ(StoredSetting(SettingKey::Holdtype), u"");
+
+    QTimer::singleShot(0, [&reason] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        ASSERT_NE(dialog, nullptr);
+        auto* address = dialog->findChild<QLineEdit*>(QStringLiteral("TxtURL"));
+        EXPECT_FALSE(address->isEnabled());
+        EXPECT_EQ(address->toolTip(), reason);
+        EXPECT_FALSE(dialog->findChild<QPushButton*>(QStringLiteral("Command1"))->isEnabled());
+        qobject_cast<QDialog*>(dialog)->reject();
+    });
+    window.findChild<QAction*>(QStringLiteral("ArkivURL"))->trigger();
 }
 
 }  // namespace

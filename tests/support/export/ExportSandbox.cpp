@@ -79,6 +79,7 @@ ExportSandbox::ExportSandbox()
       homeEnv_("TESSELEX_HOME", home_.string()),
       configEnv_("XDG_CONFIG_HOME", (dir_ / "config").string()),
       runtimeEnv_("XDG_RUNTIME_DIR", (dir_ / "run").string()),
+      policyEnv_("TESSELEX_POLICY_FILE", (dir_ / "policy.conf").string()),
       // QSettings's own default for the user's settings, to put back at the end.
       settingsPath_(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)),
       workfile_(dir_ / "hold.wrk"),
