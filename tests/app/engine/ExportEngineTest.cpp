@@ -298,7 +298,6 @@ TEST_F(ExportEngineTest, SavesMadeBeforeTheServerCouldBeReachedGoOnceItIsBackWit
     }
     ASSERT_EQ(waiting_.size(), 3U);
     EXPECT_EQ(waiting_[0].Attempts, 0) << "no request is built without a request table";
-    EXPECT_TRUE(waiting_[0].Options.has_value());
     server_.Start(port);
     for (int second = 0; second < 400 && !waiting_.empty(); ++second) {
         PollAfter(1);

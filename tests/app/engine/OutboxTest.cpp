@@ -22,7 +22,6 @@ OutboxEntry Entry(std::u16string bibId, DateTime savedAt) {
     entry.SavedAt = savedAt;
     ExportOptions options;
     options.Charset = Characters::Utf8Decomposed;
-    options.Holdings = Placement::None;
     options.Change035 = true;
     options.Subjects = u"sao barn";
     options.Destination = u"/ut/å_%YYMMDD%.mrc";
