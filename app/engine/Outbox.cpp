@@ -70,7 +70,7 @@ std::filesystem::path Outbox::EntryFile(std::u16string_view bibId) const {
     return folder_ / (name + std::string(kExtension));
 }
 
-Outcome<OutboxContents> Outbox::Read() {
+Outcome<OutboxContents> Outbox::Read(const std::set<std::filesystem::path>& known) {
     OutboxContents contents;
     std::error_code ec;
     if (!std::filesystem::exists(folder_, ec)) {
@@ -81,7 +81,7 @@ Outcome<OutboxContents> Outbox::Read() {
         return SystemFault(ec.value());
     }
     for (const auto& file : files) {
-        if (file.path().extension() != kExtension) {
+        if (file.path().extension() != kExtension || known.count(file.path()) != 0) {
             continue;  // a ".part" left by a crash mid-write: its entry is still the old one
         }
         std::ifstream in(file.path(), std::ios::binary);

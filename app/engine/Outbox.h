@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -55,8 +56,12 @@ class Outbox {
     explicit Outbox(std::filesystem::path folder);
     const std::filesystem::path& Folder() const { return folder_; }
 
-    // Every entry, oldest first. A missing folder is an empty outbox.
-    [[nodiscard]] Outcome<OutboxContents> Read();
+    // Every entry, oldest first, but those whose file `known` names (read already). A missing
+    // folder is an empty outbox.
+    [[nodiscard]] Outcome<OutboxContents> Read(
+        const std::set<std::filesystem::path>& known = {});
+    // The file of the bib id's entry.
+    std::filesystem::path EntryFile(std::u16string_view bibId) const;
     // Writes the entry, replacing the one of its bib id, and returns once it is on the disk. A
     // new entry (Sequence 0) is numbered after every entry read or put so far.
     [[nodiscard]] Done Put(OutboxEntry& entry);
@@ -64,7 +69,6 @@ class Outbox {
     [[nodiscard]] Done Remove(std::u16string_view bibId);
 
   private:
-    std::filesystem::path EntryFile(std::u16string_view bibId) const;
     std::filesystem::path folder_;
     std::uint64_t lastSequence_ = 0;
 };

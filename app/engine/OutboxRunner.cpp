@@ -47,7 +47,12 @@ void OutboxRunner::Look() {
 }
 
 void OutboxRunner::Adopt() {
-    Outcome<OutboxContents> read = outbox_.Read();
+    // Called at every poll: only entry files not read before are parsed.
+    std::set<std::filesystem::path> known;
+    for (const OutboxEntry& entry : entries_) {
+        known.insert(outbox_.EntryFile(entry.BibId));
+    }
+    Outcome<OutboxContents> read = outbox_.Read(known);
     if (!read) {
         return;  // read again at the next run
     }
