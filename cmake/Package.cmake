@@ -1,6 +1,7 @@
 # The Debian package `tesselex` (CPack's DEB generator; scripts/package drives it). Dependencies
-# come from the binaries (dpkg-shlibdeps). No maintainer scripts: the desktop, icon and man
-# databases are refreshed by dpkg triggers, and the user unit is enabled by each user.
+# come from the binaries (dpkg-shlibdeps), and libsecret beside them. No maintainer scripts: the
+# desktop, icon and man databases are refreshed by dpkg triggers, and the user unit is enabled by
+# each user.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME tesselex)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -10,6 +11,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# QtKeychain (libqt6keychain1, found by dpkg-shlibdeps) reaches the Secret Service through
+# libsecret, which it loads only when it runs: no binary names it, so it is named here.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libsecret-1-0")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS

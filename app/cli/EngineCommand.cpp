@@ -9,6 +9,7 @@
 
 #include "app/cli/Commands.h"
 #include "app/engine/ExportEngine.h"
+#include "app/engine/FtpPassword.h"
 #include "app/engine/Settings.h"
 #include "config/MessageSink.h"
 #include "config/StopRequest.h"
@@ -101,11 +102,20 @@ int SettingsCommand(const std::vector<std::string>& args) {
         }
         for (const SettingKeyInfo& info : SettingKeys()) {
             const std::u16string value = settings.Setting(info.Key);
-            // The password never shows on a screen someone may be looking at
-            // (docs/behaviour.md).
-            const bool masked = info.Key == SettingKey::FTPPassword && !value.empty();
-            std::cout << TextToUtf8(info.Name) << '=' << (masked ? "********" : TextToUtf8(value))
-                      << (settings.IsLocked(info.Key) ? " (policy)" : "") << '\n';
+            std::cout << TextToUtf8(info.Name) << '=';
+            if (info.Key == SettingKey::FTPPassword) {
+                // The password never shows on a screen someone may be looking at, only where
+                // it is kept (docs/behaviour.md); the store is not asked.
+                const PasswordPlace place = WhereFtpPasswordIs(settings);
+                if (place == PasswordPlace::CredentialStore) {
+                    std::cout << "******** (credential store)";
+                } else if (place == PasswordPlace::SettingsFile) {
+                    std::cout << "******** (settings file)";
+                }
+            } else {
+                std::cout << TextToUtf8(value);
+            }
+            std::cout << (settings.IsLocked(info.Key) ? " (policy)" : "") << '\n';
         }
         if (policy.ServerAddress()) {
             std::cout << TextToUtf8(PolicyServerAddress) << '='
@@ -124,6 +134,15 @@ int SettingsCommand(const std::vector<std::string>& args) {
                          "'settings get FTPPassword --show-secret'\n";
             return 2;
         }
+        if (*key == SettingKey::FTPPassword) {
+            const Outcome<std::u16string> password = ReadFtpPassword(settings);
+            if (!password) {
+                std::cerr << "tesselex-cli: " << TextToUtf8(password.Reason()) << '\n';
+                return 1;
+            }
+            std::cout << TextToUtf8(password.Value()) << '\n';
+            return 0;
+        }
         std::cout << TextToUtf8(settings.Setting(*key)) << '\n';
         return 0;
     }
@@ -138,7 +157,33 @@ int SettingsCommand(const std::vector<std::string>& args) {
                       << TextToUtf8(policy.Source()) << ") and cannot be changed here\n";
             return 1;
         }
-        if (!settings.StoreSetting(*key, Utf8ToText(args[2]))) {
+        if (*key == SettingKey::FTPPasswordStore) {
+            std::cerr << "tesselex-cli: FTPPasswordStore is kept by the program; set "
+                         "FTPPassword instead\n";
+            return 2;
+        }
+        bool written = true;
+        if (*key == SettingKey::FTPPassword) {
+            // Into the credential store; into the settings file where none answers.
+            const Outcome<PasswordKept> kept = StoreFtpPassword(settings, Utf8ToText(args[2]));
+            written = kept.Ok();
+            if (kept && kept.Value().StoreFault) {
+                const std::string why = TextToUtf8(kept.Value().StoreFault->Reason);
+                if (kept.Value().Place == PasswordPlace::SettingsFile) {
+                    std::cerr << "tesselex-cli: no credential store could be used (" << why
+                              << "); the FTP password is kept in the settings file "
+                              << TextToUtf8(settings.FileName())
+                              << " instead, readable by its owner only\n";
+                } else {
+                    std::cerr << "tesselex-cli: the FTP password is in the credential store; "
+                                 "an older copy there could not be removed ("
+                              << why << ")\n";
+                }
+            }
+        } else {
+            written = settings.StoreSetting(*key, Utf8ToText(args[2]));
+        }
+        if (!written) {
             std::cerr << "tesselex-cli: the settings file " << TextToUtf8(settings.FileName())
                       << " could not be written; it keeps its previous settings\n";
             return 1;
@@ -205,11 +250,14 @@ void PrintEngineHelp(std::ostream& out) {
            "                         Beside a running watcher of the same program folder\n"
            "                         the export is handed to it (an outbox entry it sends)\n"
            "  request BIBID          print the request address a fetch of BIBID would send\n"
-           "  settings list          every setting with its value (the FTP password as ********)\n"
+           "  settings list          every setting with its value (the FTP password as ********\n"
+           "                         and where it is kept: credential store or settings file)\n"
            "  settings get KEY [--show-secret]\n"
            "                         one setting (keys are matched without regard to case);\n"
            "                         FTPPassword only with --show-secret\n"
-           "  settings set KEY VALUE change one setting, e.g. Destination, FTPServer, Logging\n"
+           "  settings set KEY VALUE change one setting, e.g. Destination, FTPServer, Logging;\n"
+           "                         FTPPassword goes into the system's credential store, or\n"
+           "                         into the settings file (with a message) where none answers\n"
            "  outbox                 the exports waiting in the program folder's Outbox/:\n"
            "                         bib id, saved at, tries, next try or 'failed', reason\n"
            "  outbox retry           try every waiting export now; exit status 1 when any\n"

@@ -41,6 +41,10 @@ int RunFtpCommand(const std::vector<std::string>& args) {
         std::cerr << "tesselex-cli: no FTP server is set (settings set FTPServer HOST)\n";
         return 1;
     }
+    if (ftp.PasswordFault) {
+        std::cerr << "tesselex-cli: " << TextToUtf8(ftp.PasswordFault->Reason) << '\n';
+        return 1;
+    }
     Outcome<UploadTarget> target = UploadTargetOf(ftp);
     if (!target) {
         std::cerr << "tesselex-cli: FTPProtocol: " << TextToUtf8(target.Reason()) << '\n';

@@ -2,6 +2,7 @@
 
 #include "app/engine/DurableFile.h"
 #include "app/engine/EngineMessages.h"
+#include "app/engine/FtpPassword.h"
 #include "app/engine/Settings.h"
 #include "config/CodePage.h"
 #include "config/SharedRoutines.h"
@@ -43,7 +44,11 @@ FtpSettings ReadFtpSettings(const Settings& settings) {
     FtpSettings ftp;
     ftp.Server = settings.Setting(SettingKey::FTPServer);
     ftp.User = settings.Setting(SettingKey::FTPUser);
-    ftp.Password = settings.Setting(SettingKey::FTPPassword);
+    if (const Outcome<std::u16string> password = ReadFtpPassword(settings); password) {
+        ftp.Password = password.Value();
+    } else {
+        ftp.PasswordFault = password.Failure();
+    }
     ftp.Directory = Trim(settings.Setting(SettingKey::FTPDirectory));
     ftp.Filename = settings.Setting(SettingKey::FTPFilename);
     ftp.Protocol = settings.Setting(SettingKey::FTPProtocol);
@@ -56,6 +61,9 @@ Outcome<UploadTarget> UploadTargetOf(const FtpSettings& ftp) {
     if (!protocol) {
         return protocol.Failure();
     }
+    if (ftp.PasswordFault && ftp.Password.empty()) {
+        return *ftp.PasswordFault;
+    }
     UploadTarget target;
     target.Protocol = protocol.Value();
     target.Server = ftp.Server;
@@ -65,8 +73,11 @@ Outcome<UploadTarget> UploadTargetOf(const FtpSettings& ftp) {
     return target;
 }
 
-Delivery::Delivery(Logger& log, Clock clock, LoginName loginName)
-    : log_(log), clock_(std::move(clock)), loginName_(std::move(loginName)) {}
+Delivery::Delivery(Logger& log, Clock clock, LoginName loginName, PasswordReader password)
+    : log_(log),
+      clock_(std::move(clock)),
+      loginName_(std::move(loginName)),
+      password_(std::move(password)) {}
 
 Outcome<std::u16string> Delivery::SaveExport(std::u16string_view records,
                                              std::u16string_view destination, bool clear,
@@ -103,7 +114,17 @@ Done Delivery::SendExport(std::u16string_view destination, const FtpSettings& ft
 Done Delivery::SendFile(std::u16string_view local, const FtpSettings& ftp,
                         std::u16string_view bibId) {
     const std::u16string remote = RemoteName(ftp, clock_(), loginName_());
-    const Outcome<UploadTarget> target = UploadTargetOf(ftp);
+    FtpSettings sending = ftp;
+    if (sending.PasswordFault && sending.Password.empty() && password_) {
+        // A store that did not answer before (a keyring still locked at start-up) is asked again.
+        if (const Outcome<std::u16string> password = password_(); password) {
+            sending.Password = password.Value();
+            sending.PasswordFault.reset();
+        } else {
+            sending.PasswordFault = password.Failure();
+        }
+    }
+    const Outcome<UploadTarget> target = UploadTargetOf(sending);
     Outcome<UploadConnection> connection =
         target ? UploadConnection::Open(target.Value()) : target.Failure();
     if (!connection) {

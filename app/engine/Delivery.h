@@ -3,6 +3,7 @@
 // when an FTP server is set, that file uploaded. Outcomes are reported through the logger.
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,12 +24,15 @@ struct FtpSettings {
     std::u16string Filename;   // pattern, as the destination
     std::u16string Protocol{};  // ftp (also when empty), ftps, ftps-implicit or sftp
     std::u16string Trust{};     // the trusted servers' fingerprints (config/Upload.h)
+    // Why the password could not be read from the credential store (FtpPassword.h); Password
+    // is then empty, and nothing is uploaded without one.
+    std::optional<Fault> PasswordFault{};
 };
 
-// The FTP settings as stored.
+// The FTP settings as stored, the password from where it is kept (FtpPassword.h).
 FtpSettings ReadFtpSettings(const Settings& settings);
 // Where and how the settings upload, the fingerprint trusted for the server included; an
-// unknown protocol is BadData.
+// unknown protocol is BadData, a password that could not be read its fault.
 [[nodiscard]] Outcome<UploadTarget> UploadTargetOf(const FtpSettings& ftp);
 
 // The date patterns of a file-name pattern expanded at the given time, then every "&USER&"
@@ -49,7 +53,9 @@ struct SaveJournal {
 class Delivery {
   public:
     using LoginName = std::function<std::u16string()>;
-    Delivery(Logger& log, Clock clock, LoginName loginName);
+    // Reads the FTP password again for an upload whose settings could not give it.
+    using PasswordReader = std::function<Outcome<std::u16string>()>;
+    Delivery(Logger& log, Clock clock, LoginName loginName, PasswordReader password = {});
 
     // Appends the records (an 8-bit string, written byte for byte) to the expanded destination,
     // emptying it first when `clear` is set, and flushes it to the disk; answers the path
@@ -72,6 +78,7 @@ class Delivery {
     Logger& log_;
     Clock clock_;
     LoginName loginName_;
+    PasswordReader password_;
     std::u16string lastSaved_;
 };
 

@@ -230,6 +230,31 @@ std::u16string PlainPasswordMessage(std::u16string_view server) {
     return u"Lösenordet skickas okrypterat till " + std::u16string(server) + u".";
 }
 
+std::u16string PasswordInSettingsMessage(std::u16string_view settings, const Fault& fault) {
+    const std::u16string because = Because(fault);
+    return u"Systemets lösenordsförvaring kunde inte användas" +
+           (because.empty() ? u"." : because) +
+           u" FTP-lösenordet sparas i stället i inställningarna (" + std::u16string(settings) +
+           u").";
+}
+
+std::u16string PasswordKeptMessage(const PasswordKept& kept, std::u16string_view settings) {
+    const Fault fault = kept.StoreFault.value_or(Fault{});
+    if (kept.Place == PasswordPlace::SettingsFile) {
+        return PasswordInSettingsMessage(settings, fault);
+    }
+    const std::u16string because = Because(fault);
+    return u"En äldre kopia av FTP-lösenordet kunde inte tas bort ur systemets "
+           u"lösenordsförvaring" +
+           (because.empty() ? u"." : because);
+}
+
+std::u16string PasswordUnreadMessage(const Fault& fault) {
+    const std::u16string because = Because(fault);
+    return u"FTP-lösenordet kunde inte läsas; ingenting laddas upp förrän det går" +
+           (because.empty() ? u"." : because);
+}
+
 std::u16string OneAtATimeLockedMessage() {
     return u"Denna inställning kan endast göras om FTP inte används. Vid vidarebefordran med FTP "
            u"skickas alltid en post i taget.";

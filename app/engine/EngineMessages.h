@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "app/engine/FtpPassword.h"
 #include "config/Outcome.h"
 #include "config/SharedRoutines.h"
 
@@ -74,6 +75,15 @@ std::u16string RenameFailedMessage(const std::filesystem::path& config,
 std::u16string NoWorkfileMessage();
 // Plain FTP with a password: said once at each start.
 std::u16string PlainPasswordMessage(std::u16string_view server);
+// No credential store could be used: the FTP password is kept in the settings (their file or
+// registry key) instead. Said once at each start, and when the password is set.
+std::u16string PasswordInSettingsMessage(std::u16string_view settings, const Fault& fault);
+// What StoreFtpPassword's store fault means, when it has one: the password kept in the settings
+// (PasswordInSettingsMessage), or an older copy left in the store. Said at start-up and when the
+// password is set.
+std::u16string PasswordKeptMessage(const PasswordKept& kept, std::u16string_view settings);
+// The credential store could not give the FTP password at start-up: uploads wait for it.
+std::u16string PasswordUnreadMessage(const Fault& fault);
 // Shown beside the one-at-a-time option while an FTP server is set.
 std::u16string OneAtATimeLockedMessage();
 

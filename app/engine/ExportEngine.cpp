@@ -1,6 +1,7 @@
 #include "app/engine/ExportEngine.h"
 
 #include "app/engine/EngineMessages.h"
+#include "app/engine/FtpPassword.h"
 #include "app/engine/RequestBuilder.h"
 #include "app/engine/Settings.h"
 #include "config/CfgClass.h"
@@ -30,7 +31,8 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
       seams_(std::move(seams)),
       programFolder_(FolderOf(seams_)),
       log_(programFolder_, ClockOf(seams_)),
-      delivery_(log_, ClockOf(seams_), LoginOf(seams_)),
+      delivery_(log_, ClockOf(seams_), LoginOf(seams_),
+                [this] { return ReadFtpPassword(settings_); }),
       mainConfig_(std::make_unique<CfgClass>(Messages())),
       urlConfig_(std::make_unique<CfgClass>(Messages())),
       watcher_([now = ClockOf(seams_)] { return SecondsOf(now()); }, seams_.RemoveFile),

@@ -7,6 +7,7 @@
 
 #include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
+#include "app/engine/FtpPassword.h"
 #include "app/engine/Settings.h"
 #include "app/engine/DurableFile.h"
 #include "config/CodePage.h"
@@ -144,17 +145,27 @@ void ExportEngine::SetFtp(const FtpSettings& ftp) {
     bool stored = true;
     for (const auto& [key, value] :
          {std::pair{SettingKey::FTPServer, &ftp.Server}, std::pair{SettingKey::FTPUser, &ftp.User},
-          std::pair{SettingKey::FTPPassword, &ftp.Password},
           std::pair{SettingKey::FTPDirectory, &ftp.Directory},
           std::pair{SettingKey::FTPFilename, &ftp.Filename},
           std::pair{SettingKey::FTPProtocol, &ftp.Protocol},
           std::pair{SettingKey::FTPTrust, &ftp.Trust}}) {
         stored = settings_.StoreSetting(key, *value) && stored;
     }
+    FtpSettings now = ftp;
+    // The password goes where it is kept (FtpPassword.h), under the server and user just stored;
+    // one the store could not give and the dialog left empty stays where it is.
+    if (!ftp.PasswordFault || !ftp.Password.empty()) {
+        const Outcome<PasswordKept> kept = StoreFtpPassword(settings_, ftp.Password);
+        stored = kept.Ok() && stored;
+        now.PasswordFault.reset();
+        if (kept && kept.Value().StoreFault) {
+            log_.ShowStatus(PasswordKeptMessage(kept.Value(), settings_.FileName()), false);
+        }
+    }
     if (!stored) {
         ReportSettingsNotSaved();
     }
-    ftp_ = ftp;
+    ftp_ = std::move(now);
     ftp_.Directory = Trim(ftp.Directory);
     UpdateOneAtATime(settings_.IsYes(SettingKey::Clear));
     NotifyState();

@@ -91,7 +91,8 @@ std::optional<std::u16string> HttpAddress(std::u16string_view value) {
 }
 
 // What an administrator may set, and how each is checked. The password would be readable by
-// every user of the machine, and the last bib id is the cataloguer's own work, not a choice.
+// every user of the machine (and where a user's is kept, in the credential store or not, is the
+// program's to note), and the last bib id is the cataloguer's own work, not a choice.
 Check CheckFor(SettingKey key) {
     switch (key) {
         case SettingKey::Clear:
@@ -122,6 +123,7 @@ Check CheckFor(SettingKey key) {
         case SettingKey::FTPTrust:  // a server's pinned fingerprint, set once for every PC
             return AnyText;
         case SettingKey::FTPPassword:
+        case SettingKey::FTPPasswordStore:
         case SettingKey::LastBibId:
             break;
     }

@@ -24,6 +24,7 @@ enum class SettingKey {
     FTPProtocol,
     FTPUser,
     FTPPassword,
+    FTPPasswordStore,
     FTPDirectory,
     FTPFilename,
     FTPTrust,
@@ -38,7 +39,7 @@ struct SettingKeyInfo {
     std::string_view Meaning;
 };
 
-inline constexpr std::size_t SettingKeyCount = 21;
+inline constexpr std::size_t SettingKeyCount = 22;
 
 // Every key, in the order the settings list shows them.
 const std::array<SettingKeyInfo, SettingKeyCount>& SettingKeys();

@@ -66,16 +66,23 @@ std::u16string NativeSettingsKey(std::u16string_view application, bool windows) 
            std::u16string(application);
 }
 
-Settings::Settings() : store_(OpenNativeSettings(u"TESSELEX")), policy_(Policy::Machine()) {
+Settings::Settings()
+    : store_(OpenNativeSettings(u"TESSELEX")),
+      policy_(Policy::Machine()),
+      credentials_(SystemCredentialStore()) {
 #ifndef Q_OS_WIN
     file_ = TextToPath(ToText(store_->fileName()));
 #endif
 }
 
-Settings::Settings(const std::filesystem::path& iniFile, Policy policy)
+Settings::Settings(const std::filesystem::path& iniFile, Policy policy,
+                   std::shared_ptr<CredentialStore> credentials)
     : store_(std::make_unique<QSettings>(ToQString(iniFile), QSettings::IniFormat)),
       file_(iniFile),
-      policy_(std::move(policy)) {}
+      policy_(std::move(policy)),
+      credentials_(credentials ? std::move(credentials)
+                               : NoCredentialStore(Fault{FaultKind::NoConnection,
+                                                         u"no credential store is in use", 0})) {}
 
 Settings::~Settings() = default;
 
@@ -97,9 +104,27 @@ bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) 
     if (const auto known = FindSettingKey(key); known && IsLocked(*known)) {
         return true;
     }
+    return WriteFile(key, value);
+}
+
+bool Settings::RemoveSetting(SettingKey key) {
+    const std::u16string_view name = SettingName(key);
+    store_->sync();
+    if (!store_->contains(FullKey(StoredKey(*store_, name)))) {
+        return true;
+    }
+    return WriteFile(name, std::nullopt);
+}
+
+bool Settings::WriteFile(std::u16string_view key, const std::optional<std::u16string_view>& value) {
     if (file_.empty()) {
         // The registry writes each value whole.
-        store_->setValue(FullKey(StoredKey(*store_, key)), ToQString(value));
+        const QString full = FullKey(StoredKey(*store_, key));
+        if (value) {
+            store_->setValue(full, ToQString(*value));
+        } else {
+            store_->remove(full);
+        }
         store_->sync();
         return store_->status() == QSettings::NoError;
     }
@@ -120,11 +145,14 @@ bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) 
     bool replaced = false;
     for (const QString& stored : store_->allKeys()) {
         replaced = replaced || stored == full;
-        values.emplace_back(stored,
-                            stored == full ? QVariant(ToQString(value)) : store_->value(stored));
+        if (stored != full) {
+            values.emplace_back(stored, store_->value(stored));
+        } else if (value) {
+            values.emplace_back(stored, QVariant(ToQString(*value)));
+        }
     }
-    if (!replaced) {
-        values.emplace_back(full, ToQString(value));
+    if (!replaced && value) {
+        values.emplace_back(full, ToQString(*value));
     }
     const bool written = WriteSettingsFile(file_, values);
     store_->sync();

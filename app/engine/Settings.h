@@ -3,15 +3,18 @@
 // text, a missing key reads as "". Keys are matched without regard to case on every platform,
 // so "libraries" and "Libraries" are one setting: a write goes to the key as it is already
 // stored, whatever case the caller used. A setting the administrator's policy sets
-// (app/engine/Policy.h) reads as the policy's value and is locked.
+// (app/engine/Policy.h) reads as the policy's value and is locked. The FTP password is read and
+// written through FtpPassword.h, which keeps it in the credential store the settings carry.
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "app/engine/CredentialStore.h"
 #include "app/engine/Policy.h"
 #include "app/engine/SettingKeys.h"
 
@@ -22,10 +25,13 @@ namespace tesselex {
 class Settings {
   public:
     // The user's own settings store (the registry key NativeSettingsKey names on Windows, a
-    // file under XDG_CONFIG_HOME elsewhere) under the machine's policy.
+    // file under XDG_CONFIG_HOME elsewhere) under the machine's policy, with the system's
+    // credential store.
     Settings();
-    // A settings file of its own, for tests and for trying things out; a policy only when given.
-    explicit Settings(const std::filesystem::path& iniFile, Policy policy = {});
+    // A settings file of its own, for tests and for trying things out; a policy and a
+    // credential store only when given (without one, no credential store answers).
+    explicit Settings(const std::filesystem::path& iniFile, Policy policy = {},
+                      std::shared_ptr<CredentialStore> credentials = {});
     ~Settings();
     Settings(const Settings&) = delete;
     Settings& operator=(const Settings&) = delete;
@@ -36,6 +42,8 @@ class Settings {
     // Set by the administrator: the user cannot change it.
     bool IsLocked(SettingKey key) const { return policy_.Locks(key); }
     const Policy& MachinePolicy() const { return policy_; }
+    // Where the FTP password is kept when the settings do not hold it.
+    CredentialStore& Credentials() const { return *credentials_; }
 
     // Stores and writes the settings at once. False when they could not be written: the
     // settings file is replaced whole only once the new one is complete, so it keeps its old
@@ -43,6 +51,9 @@ class Settings {
     // own value is kept for when the policy goes (true is answered, nothing failed).
     bool StoreSetting(std::u16string_view key, std::u16string_view value);
     bool StoreSetting(SettingKey key, std::u16string_view value);
+    // Removes the user's own value (the registry value, the file's line) and writes the
+    // settings at once, as StoreSetting does; a key not stored changes nothing.
+    bool RemoveSetting(SettingKey key);
     // Where the settings are written.
     std::u16string FileName() const;
 
@@ -50,9 +61,13 @@ class Settings {
     std::vector<std::pair<std::u16string, std::u16string>> StoredSettings() const;
 
   private:
+    // Writes the settings file with the key's value replaced, added or (no value) removed.
+    bool WriteFile(std::u16string_view key, const std::optional<std::u16string_view>& value);
+
     std::unique_ptr<QSettings> store_;
     std::filesystem::path file_;  // empty when the store is not a file (the registry)
     Policy policy_;
+    std::shared_ptr<CredentialStore> credentials_;
 };
 
 // Where an application's per-user settings live in the platform's own store. On Windows that

@@ -8,6 +8,7 @@
 #include "app/engine/DurableFile.h"
 #include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
+#include "app/engine/FtpPassword.h"
 #include "app/engine/Settings.h"
 #include "app/engine/SettingsMigration.h"
 #include "config/CfgClass.h"
@@ -174,7 +175,17 @@ void ExportEngine::ReadSettings() {
     options.Destination = settings_.Setting(SettingKey::Destination);
     options.Libraries = settings_.Setting(SettingKey::Libraries);
     options.Subjects = settings_.Setting(SettingKey::Subjects);
+    // A password the settings hold goes into the credential store; where none answers it stays,
+    // and that is said once, here.
+    if (const Outcome<PasswordKept> kept = MoveFtpPasswordToStore(settings_); !kept) {
+        ReportSettingsNotSaved();
+    } else if (kept.Value().StoreFault) {
+        log_.ShowStatus(PasswordKeptMessage(kept.Value(), settings_.FileName()), false);
+    }
     ftp_ = ReadFtpSettings(settings_);
+    if (ftp_.PasswordFault) {
+        log_.ShowStatus(PasswordUnreadMessage(*ftp_.PasswordFault), true);
+    }
     const Outcome<UploadProtocol> protocol = ParseUploadProtocol(ftp_.Protocol);
     if (!ftp_.Server.empty() && !ftp_.Password.empty() && protocol &&
         protocol.Value() == UploadProtocol::Ftp) {

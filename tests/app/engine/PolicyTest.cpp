@@ -41,6 +41,7 @@ TEST(Policy, AValueIsAppliedOnlyWhenTheProgramCanUseIt) {
              {u"String003", u"SE-TESL", true},
              {u"Destination", u"C:\\Export\\&USER&.mrc", true},
              {u"FTPPassword", u"secret", false},  // every user could read it
+             {u"FTPPasswordStore", u"TESSELEX:ftp://anna@ftp.example", false},  // the program's
              {u"LastBibId", u"4711", false},
              {u"NoSuchSetting", u"1", false},
          }) {

@@ -80,6 +80,7 @@ ExportSandbox::ExportSandbox()
       configEnv_("XDG_CONFIG_HOME", (dir_ / "config").string()),
       runtimeEnv_("XDG_RUNTIME_DIR", (dir_ / "run").string()),
       policyEnv_("TESSELEX_POLICY_FILE", (dir_ / "policy.conf").string()),
+      busEnv_("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (dir_ / "no-session-bus").string()),
       // QSettings's own default for the user's settings, to put back at the end.
       settingsPath_(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)),
       workfile_(dir_ / "hold.wrk"),

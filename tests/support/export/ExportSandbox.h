@@ -3,10 +3,11 @@
 // export.url names the loopback sample export server, the workfile named as the cataloguing
 // client names it (NameClientWorkfile), its own settings location (XDG_CONFIG_HOME and
 // QSettings's user path), runtime folder (XDG_RUNTIME_DIR) and policy file (TESSELEX_POLICY_FILE,
-// policy.conf in the test's folder, absent until a test writes it), and a settings file with the
-// destination set. Nothing else of the user's is read or written; the environment and the
-// settings location are put back afterwards. Shared by the engine, tesselex-cli and window
-// tests, with the records and the tesselex-cli runner they use.
+// policy.conf in the test's folder, absent until a test writes it), a D-Bus session address
+// that names no bus (so no credential store answers tesselex-cli: the user's keyring is never
+// touched), and a settings file with the destination set. Nothing else of the user's is read or
+// written; the environment and the settings location are put back afterwards. Shared by the
+// engine, tesselex-cli and window tests, with the records and the tesselex-cli runner they use.
 
 #include <QString>
 #include <QVariant>
@@ -67,6 +68,7 @@ class ExportSandbox {
     ScopedEnv configEnv_;
     ScopedEnv runtimeEnv_;
     ScopedEnv policyEnv_;   // the machine's policy file: none unless a test writes it
+    ScopedEnv busEnv_;      // no D-Bus session: no Secret Service
     QString settingsPath_;  // put back at the end
     std::filesystem::path workfile_;
     std::filesystem::path destination_;
