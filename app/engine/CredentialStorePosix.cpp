@@ -9,9 +9,9 @@
 // the store's own, while the caller waits for it, at most the time limit. The caller's thread
 // runs no event loop meanwhile: a local loop on the window's engine thread would run that
 // thread's other work (its poll timer, the window's queued calls) inside the engine's start-up.
-// A request the service never answers is left behind on that thread; until it ends, later
-// requests fail at once (QtKeychain runs its jobs one after another, so they would only queue
-// behind it).
+// A request the service never answers is left behind on that thread; until it ends, the
+// store's later requests fail at once (QtKeychain runs its jobs one after another, so they
+// would only queue behind it).
 
 #include <qt6keychain/keychain.h>
 #include <QCoreApplication>
@@ -73,11 +73,6 @@ struct JobEnd {
 
 enum class Request { Read, Write, Remove };
 
-// A request that did not end within the time limit, and the limit it had.
-std::mutex stuckMutex;
-std::shared_future<JobEnd> stuck;
-std::chrono::milliseconds stuckLimit{};
-
 std::u16string Seconds(std::chrono::milliseconds limit) {
     const auto tenths = (limit.count() + 50) / 100;
     std::u16string text = FromAscii(std::to_string(tenths / 10));
@@ -89,20 +84,9 @@ std::u16string Seconds(std::chrono::milliseconds limit) {
     return text;
 }
 
-// Runs one job on the store's thread and waits for its end, at most `limit`.
-Outcome<JobEnd> Run(Request request, std::u16string_view name, std::u16string_view secret,
-                    std::chrono::milliseconds limit) {
-    {
-        const std::lock_guard<std::mutex> lock(stuckMutex);
-        if (stuck.valid() && stuck.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
-            return Fault{FaultKind::TimedOut,
-                         u"the Secret Service has not answered an earlier request (it did not "
-                         u"answer within " +
-                             Seconds(stuckLimit) + u")",
-                         0};
-        }
-        stuck = {};
-    }
+// Starts one job on the store's thread; its end comes through the future.
+std::shared_future<JobEnd> Start(Request request, std::u16string_view name,
+                                 std::u16string_view secret) {
     auto promise = std::make_shared<std::promise<JobEnd>>();
     std::shared_future<JobEnd> end = promise->get_future().share();
     QMetaObject::invokeMethod(
@@ -136,14 +120,7 @@ Outcome<JobEnd> Run(Request request, std::u16string_view name, std::u16string_vi
             job->start();
         },
         Qt::QueuedConnection);
-    if (end.wait_for(limit) != std::future_status::ready) {
-        const std::lock_guard<std::mutex> lock(stuckMutex);
-        stuck = end;
-        stuckLimit = limit;
-        return Fault{FaultKind::TimedOut,
-                     u"the Secret Service did not answer within " + Seconds(limit), 0};
-    }
-    return end.get();
+    return end;
 }
 
 // A job's error as a fault, in QtKeychain's (English) words: access refused by the user or the
@@ -166,7 +143,7 @@ class KeychainStore final : public CredentialStore {
     explicit KeychainStore(std::chrono::milliseconds limit) : limit_(limit) {}
 
     Outcome<std::optional<std::u16string>> Read(std::u16string_view name) override {
-        const Outcome<JobEnd> end = Run(Request::Read, name, {}, limit_);
+        const Outcome<JobEnd> end = Run(Request::Read, name, {});
         if (!end) {
             return end.Failure();
         }
@@ -180,14 +157,36 @@ class KeychainStore final : public CredentialStore {
     }
 
     Done Write(std::u16string_view name, std::u16string_view secret) override {
-        return Ended(Run(Request::Write, name, secret, limit_), false);
+        return Ended(Run(Request::Write, name, secret), false);
     }
 
     Done Remove(std::u16string_view name) override {
-        return Ended(Run(Request::Remove, name, {}, limit_), true);
+        return Ended(Run(Request::Remove, name, {}), true);
     }
 
   private:
+    // Runs one job and waits for its end, at most the time limit. A job left waiting keeps
+    // later ones from starting: until it ends they fail at once.
+    Outcome<JobEnd> Run(Request request, std::u16string_view name, std::u16string_view secret) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (stuck_.valid() &&
+            stuck_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+            return Fault{FaultKind::TimedOut,
+                         u"the Secret Service has not answered an earlier request (it did not "
+                         u"answer within " +
+                             Seconds(limit_) + u")",
+                         0};
+        }
+        stuck_ = {};
+        const std::shared_future<JobEnd> end = Start(request, name, secret);
+        if (end.wait_for(limit_) != std::future_status::ready) {
+            stuck_ = end;
+            return Fault{FaultKind::TimedOut,
+                         u"the Secret Service did not answer within " + Seconds(limit_), 0};
+        }
+        return end.get();
+    }
+
     static Done Ended(const Outcome<JobEnd>& end, bool missingIsDone) {
         if (!end) {
             return end.Failure();
@@ -200,6 +199,8 @@ class KeychainStore final : public CredentialStore {
     }
 
     std::chrono::milliseconds limit_;
+    std::mutex mutex_;
+    std::shared_future<JobEnd> stuck_;  // a request that did not end within the limit
 };
 
 }  // namespace
