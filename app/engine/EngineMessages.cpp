@@ -164,6 +164,12 @@ std::u16string RetryAtMessage(const DateTime& at) {
     return u"Försöker igen kl. " + FormatTime(at).substr(0, 5) + u".";
 }
 
+std::u16string WaitsForRetryMessage(std::u16string_view bibId) {
+    return u"Post #" + std::u16string(bibId) +
+           u" väntar tills inställningarna är rättade och du väljer Försök nu i Väntande "
+           u"exporter.";
+}
+
 std::u16string OutboxUnreadableMessage(const std::filesystem::path& outbox, const Fault& fault) {
     return u"Väntande exporter i " + PathToText(outbox) + u" kunde inte läsas: " + fault.Reason +
            u".";

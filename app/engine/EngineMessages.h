@@ -53,6 +53,7 @@ std::u16string LateNote(const DateTime& savedAt, const DateTime& now);
 std::u16string BadRecordMessage();
 std::u16string NoActiveRecordMessage();
 std::u16string NotExportedMessage(std::u16string_view bibId, std::u16string_view reason);
+std::u16string WaitsForRetryMessage(std::u16string_view bibId);
 std::u16string RetryAtMessage(const DateTime& at);
 
 // The outbox.

@@ -19,8 +19,8 @@ Clock ClockOf(const EngineSeams& seams) {
     return seams.Now ? seams.Now : Clock(LocalNow);
 }
 
-Delivery::LoginName LoginOf(const EngineSeams& seams) {
-    return seams.LoginName ? seams.LoginName : Delivery::LoginName(GetLoginName);
+Exporter::LoginName LoginOf(const EngineSeams& seams) {
+    return seams.LoginName ? seams.LoginName : Exporter::LoginName(GetLoginName);
 }
 
 }  // namespace
@@ -30,7 +30,8 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
       seams_(std::move(seams)),
       programFolder_(FolderOf(seams_)),
       log_(programFolder_, ClockOf(seams_)),
-      delivery_(log_, ClockOf(seams_), LoginOf(seams_)),
+      exporter_([this](std::u16string_view address) { return FetchRecords(address); },
+                ClockOf(seams_), LoginOf(seams_)),
       mainConfig_(std::make_unique<CfgClass>(Messages())),
       urlConfig_(std::make_unique<CfgClass>(Messages())),
       watcher_([now = ClockOf(seams_)] { return SecondsOf(now()); }, seams_.RemoveFile),

@@ -15,9 +15,9 @@
 #include <utility>
 #include <vector>
 
-#include "app/engine/Delivery.h"
 #include "app/engine/ExportOptions.h"
 #include "app/engine/ExportReport.h"
+#include "app/engine/Exporter.h"
 #include "app/engine/FileLock.h"
 #include "app/engine/Logger.h"
 #include "app/engine/WorkfileWatcher.h"
@@ -118,14 +118,17 @@ class ExportEngine {
 
   private:
     // Every export, polled or manual: fetch, check, deliver, display; then the report goes out.
-    // A waiting export brings the outbox's hooks.
-    struct Waited {
-        SaveJournal Journal;
-        std::function<Done()> Saved;
+    // An export from the outbox notes its writes there, and says when it was saved when late.
+    struct FromOutbox {
+        std::u16string Late;  // follows the destination in the saved line ("" on time)
     };
-    ExportReport RunExport(const ExportJob& job, const Waited* waited = nullptr);
-    // Fetch, check and deliver into the report; an exception is the caller's to report.
-    void FetchAndDeliver(ExportReport& report, const ExportJob& job, const Waited* waited);
+    ExportReport RunExport(const ExportJob& job, const FromOutbox* waiting = nullptr);
+    // The exporter's steps, each outcome said in a status line and the report; an exception is
+    // the caller's to report.
+    void FetchAndDeliver(ExportReport& report, const ExportJob& job, const FromOutbox* waiting);
+    [[nodiscard]] Outcome<std::u16string> Save(const std::vector<std::u16string>& records,
+                                               const ExportJob& job, const FromOutbox* waiting);
+    [[nodiscard]] Done Upload(std::u16string_view local, std::u16string_view bibId);
     // The workfile's part of a poll: taken once written, its export queued, the file removed.
     void TakeWorkfile();
     // Whether this program may take the workfile now: it holds the watch lock, or no lock can
@@ -140,8 +143,7 @@ class ExportEngine {
     void RunWaiting();
     // A manual export: through the outbox, tried at once.
     ExportReport ExportNow(const std::u16string& bibId);
-    [[nodiscard]] Done TryWaiting(const OutboxEntry& entry, bool late, const AttemptHooks& hooks,
-                                  ExportReport* report);
+    [[nodiscard]] Done TryWaiting(const OutboxEntry& entry, bool late, ExportReport* report);
     void AfterTry(const OutboxEntry& entry, const Done& outcome);
     // TryWaiting and AfterTry as the runner takes them.
     Attempt Trying(ExportReport* report);
@@ -192,7 +194,7 @@ class ExportEngine {
     std::filesystem::path programFolder_;
     EngineState state_;
     Logger log_;
-    Delivery delivery_;
+    Exporter exporter_;
     std::unique_ptr<CfgClass> mainConfig_;
     std::unique_ptr<CfgClass> urlConfig_;
     std::unique_ptr<MarcObject> record_;

@@ -60,8 +60,8 @@ Outcome<Queued> ExportEngine::QueueExport(const ExportJob& job) {
 }
 
 Attempt ExportEngine::Trying(ExportReport* report) {
-    return [this, report](const OutboxEntry& entry, bool late, const AttemptHooks& hooks) {
-        return TryWaiting(entry, late, hooks, report);
+    return [this, report](const OutboxEntry& entry, bool late) {
+        return TryWaiting(entry, late, report);
     };
 }
 
@@ -93,15 +93,15 @@ ExportReport ExportEngine::ExportNow(const std::u16string& bibId) {
     }
     EnsureRequestTable();
     const Done outcome = outbox_->RunNow(bibId, Trying(&report), Tried());
-    if (!outcome && !Retryable(outcome.Failure())) {
-        // The cataloguer saw it fail at once: a mistyped bib id does not wait for removal.
+    if (!outcome && !Retryable(outcome.Failure()) && !ServerFault(outcome.Failure())) {
+        // The cataloguer saw it fail at once: a mistyped bib id does not wait for removal. A
+        // server that refuses the upload keeps the export waiting until its settings are right.
         (void)DropWaiting(bibId);
     }
     return report;
 }
 
-Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const AttemptHooks& hooks,
-                              ExportReport* report) {
+Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, ExportReport* report) {
     state_.BibId = entry.BibId;
     state_.CanExport = true;
     if (entry.Saved) {
@@ -109,17 +109,16 @@ Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const Attempt
         if (ftp_.Server.empty() || !entry.Append) {
             return {};
         }
-        return delivery_.SendFile(PathToText(entry.Append->File), ftp_, entry.BibId);
+        return Upload(PathToText(entry.Append->File), entry.BibId);
     }
     if (Val(entry.BibId) <= 0) {
         log_.ShowStatus(NoActiveRecordMessage(), true);
         return Fault{FaultKind::BadData, NoActiveRecordMessage(), 0};
     }
     const DateTime now = seams_.Now ? seams_.Now() : LocalNow();
-    const Waited waited{SaveJournal{hooks.Appending, late ? LateNote(entry.SavedAt, now) : u""},
-                        hooks.Saved};
+    const FromOutbox waiting{late ? LateNote(entry.SavedAt, now) : u""};
     const ExportJob job{entry.BibId, entry.SavedAt, entry.Options.value_or(state_.Options)};
-    ExportReport done = RunExport(job, &waited);
+    ExportReport done = RunExport(job, &waiting);
     Done outcome;
     if (!done.Delivered()) {
         outcome = done.Failures.empty()
@@ -133,9 +132,11 @@ Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const Attempt
 }
 
 void ExportEngine::AfterTry(const OutboxEntry& entry, const Done& outcome) {
-    if (!outcome && !entry.Failed) {
-        // The failure's own line stands above; this says when the next try comes.
-        std::u16string message = RetryAtMessage(DateTimeOf(entry.NextTry));
+    // The failure's own line stands above; this says when the next try comes, or, when the
+    // server refused, that none comes until the cataloguer asks.
+    if (!outcome && (!entry.Failed || ServerFault(outcome.Failure()))) {
+        std::u16string message = entry.Failed ? WaitsForRetryMessage(entry.BibId)
+                                              : RetryAtMessage(DateTimeOf(entry.NextTry));
         log_.ShowStatus(message, false);
         log_.WriteLog(message, true);
     }

@@ -16,17 +16,11 @@
 
 namespace tesselex {
 
-// What a try tells the outbox while it works, so that a crash at any moment can be repaired.
-struct AttemptHooks {
-    // Before the first byte of the append is written.
-    std::function<Done(const PendingAppend&)> Appending;
-    // The records are on the disk; only the upload is still due.
-    std::function<Done()> Saved;
-};
-
 // One try of the entry's export: Done once its records are in the destination (and uploaded).
-// `late` is true unless the try comes right after the save that made the entry.
-using Attempt = std::function<Done(const OutboxEntry& entry, bool late, const AttemptHooks& hooks)>;
+// `late` is true unless the try comes right after the save that made the entry. While it works
+// it tells the runner what it writes (NoteAppend, NoteSaved), so that a crash at any moment can
+// be repaired.
+using Attempt = std::function<Done(const OutboxEntry& entry, bool late)>;
 // Told after each try: the entry as it now stands and the try's outcome.
 using AfterAttempt = std::function<void(const OutboxEntry& entry, const Done& outcome)>;
 
@@ -56,6 +50,11 @@ class OutboxRunner {
     [[nodiscard]] Done RunNow(std::u16string_view bibId, const Attempt& attempt,
                               const AfterAttempt& after);
     [[nodiscard]] Done Drop(std::u16string_view bibId);
+    // During a try of the bib id's entry: the append about to be made, noted on the disk before
+    // its first byte is written (a fault stops the save).
+    [[nodiscard]] Done NoteAppend(std::u16string_view bibId, const PendingAppend& append);
+    // During a try: the records are on the disk; only the upload is still due.
+    [[nodiscard]] Done NoteSaved(std::u16string_view bibId);
 
     // Oldest first.
     const std::vector<OutboxEntry>& Entries() const { return entries_; }

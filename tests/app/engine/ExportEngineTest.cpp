@@ -553,7 +553,8 @@ class ExportEngineFtpTest : public ExportEngineTest {
     test::LoopbackFtpServer ftp_{"tester", "Pw-7qZx3-hemlis"};
 };
 
-// Each export is uploaded alone; a failed save uploads nothing, a refused login keeps the file.
+// Each export is uploaded alone; a failed save uploads nothing, a refused login keeps the file
+// and the export waits for the cataloguer.
 // No password reaches a status line or a log.
 TEST_F(ExportEngineFtpTest, EachExportIsUploadedAloneAfterASuccessfulSave) {
     ExportEngine& engine = StartUp();
@@ -577,6 +578,14 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAloneAfterASuccessfulSave) {
     EXPECT_FALSE(failed.Upload.has_value()) << "the failed save only, no upload";
     ASSERT_EQ(failed.Failures.size(), 1U);
     EXPECT_EQ(failed.Failures[0].Kind, FaultKind::FileSystem);
+    ASSERT_GE(lines_.size(), 2U);
+    const StatusLine& notSaved = lines_[lines_.size() - 2];
+    EXPECT_TRUE(notSaved.IsError());
+    EXPECT_TRUE(notSaved.Text.starts_with(u"Post #12515882 kunde inte sparas till " +
+                                          PathToText(dir_ / "missing" / "out.mrc") + u": "));
+    EXPECT_TRUE(lines_.back().Text.starts_with(u"Post #12515882 väntar tills inställningarna"))
+        << "a destination that cannot be written keeps the export waiting";
+    ASSERT_TRUE(engine.DropWaiting(u"12515882").Ok());
 
     engine.SetOption(Option::Destination, PathToText(destination_));
     std::filesystem::remove(ftp_.Root() / "export.mrc");
@@ -586,8 +595,10 @@ TEST_F(ExportEngineFtpTest, EachExportIsUploadedAloneAfterASuccessfulSave) {
     EXPECT_EQ(refused.Upload->Kind(), FaultKind::Refused) << "a log-in the server refused";
     EXPECT_EQ(Delivered(), SampleReply());
     ASSERT_EQ(lines_.size(), 3U);
-    EXPECT_EQ(lines_[2].Text, u"Försöker igen kl. 10:00.") << "the upload is tried again";
-    EXPECT_TRUE(waiting_.at(0).Saved) << "the records are not fetched again";
+    EXPECT_EQ(lines_[2].Text, u"Post #12515882 väntar tills inställningarna är rättade och du "
+                              u"väljer Försök nu i Väntande exporter.")
+        << "no retry cures a refused log-in";
+    EXPECT_TRUE(waiting_.at(0).Saved && waiting_.at(0).Failed) << "not fetched again, not dropped";
     EXPECT_TRUE(lines_[1].Text.starts_with(u"Kunde inte ansluta med FTP till " +
                                               ftp_.ServerText() + u": "));
 #ifndef _WIN32  // under Wine the Internet functions give no reply code (DeliveryTest)

@@ -36,7 +36,7 @@ class OutboxRunnerTest : public ::testing::Test {
     // A try noted in tries_; every try fails with kDown while down_, else each bib id fails with
     // its fault in faults_ (none: delivered).
     Attempt Trying() {
-        return [this](const OutboxEntry& entry, bool late, const AttemptHooks&) -> Done {
+        return [this](const OutboxEntry& entry, bool late) -> Done {
             tries_.push_back(entry.BibId + (late ? u" late" : u""));
             if (down_) {
                 return kDown;
