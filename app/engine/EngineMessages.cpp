@@ -97,9 +97,10 @@ std::u16string NotDroppedMessage(std::u16string_view bibId, const Fault& fault) 
            fault.Reason + u".";
 }
 
-std::u16string NoRequestTableMessage(std::u16string_view address) {
-    return u"Frågetabellen kunde inte hämtas från " + std::u16string(address) +
-           u"; exporterna väntar och tabellen hämtas igen.";
+std::u16string NoRequestTableMessage(std::u16string_view address, const Done& fetched) {
+    const std::u16string why = fetched ? u"den saknar baseURL" : fetched.Reason();
+    return u"Frågetabellen kunde inte hämtas från " + std::u16string(address) + u" (" + why +
+           u"); exporterna väntar och tabellen hämtas igen.";
 }
 
 std::u16string RequestTableFetchedMessage(std::u16string_view address) {

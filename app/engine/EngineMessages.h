@@ -32,7 +32,7 @@ std::u16string OutboxHeldMessage(long long holder);
 // A waiting export that could not be removed.
 std::u16string NotDroppedMessage(std::u16string_view bibId, const Fault& fault);
 // The request table could not be fetched and none is kept: the exports wait for it.
-std::u16string NoRequestTableMessage(std::u16string_view address);
+std::u16string NoRequestTableMessage(std::u16string_view address, const Done& fetched);
 // The request table came after all, from the server at that address.
 std::u16string RequestTableFetchedMessage(std::u16string_view address);
 // The request table came from the table kept from the server's last answer.

@@ -51,10 +51,16 @@ MarcObject& ExportEngine::Record() {
     return *record_;
 }
 
-std::u16string ExportEngine::Fetch(std::u16string_view address) const {
+Outcome<std::u16string> ExportEngine::FetchText(std::u16string_view address) const {
     const Outcome<HttpReply> reply = FetchRecords(address);
+    if (!reply) {
+        return reply.Failure();
+    }
     // The request table and the notice: only a usable reply counts.
-    return reply && !reply.Value().Problem() ? reply.Value().Body : std::u16string();
+    if (const std::optional<Fault> problem = reply.Value().Problem()) {
+        return *problem;
+    }
+    return reply.Value().Body;
 }
 
 Outcome<HttpReply> ExportEngine::FetchRecords(std::u16string_view address) const {

@@ -162,8 +162,9 @@ class ExportEngine {
     void LoadConfig();
     void FetchRequestTable();
     // The request table: the server's answer (kept in the program folder for the next start
-    // without the server), else the one kept, else ConfigURL.TXT.
-    void LoadRequestTable();
+    // without the server), else the one kept, else ConfigURL.TXT. Answers how the server's
+    // fetch went.
+    Done LoadRequestTable();
     // While no request table is known it is fetched again, with back-off.
     void EnsureRequestTable();
     bool HaveRequestTable() const;
@@ -179,8 +180,8 @@ class ExportEngine {
     // The bib id the workfile's 004 links to ("" without one); a fault when the record model
     // cannot read the workfile at all.
     [[nodiscard]] Outcome<std::u16string> WorkfileBibId(std::u16string_view contents);
-    // A usable reply's body; "" for no reply, an error status or an empty reply.
-    std::u16string Fetch(std::u16string_view address) const;
+    // A usable reply's body; no reply, an error status or an empty reply is the fault.
+    [[nodiscard]] Outcome<std::u16string> FetchText(std::u16string_view address) const;
     // The record fetch: no reply at all is the fault (a seam's reply counts as an answer).
     [[nodiscard]] Outcome<HttpReply> FetchRecords(std::u16string_view address) const;
     // The error status and log line for a fetch that brought nothing to deliver.

@@ -7,6 +7,7 @@
 
 #include "app/engine/DurableFile.h"
 #include "app/engine/EngineMessages.h"
+#include "app/engine/OptionStore.h"
 #include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "app/engine/SettingsMigration.h"
@@ -77,16 +78,20 @@ void ExportEngine::FetchRequestTable() {
     mainConfig_ = std::make_unique<CfgClass>(Messages());
     tableFailures_ = 0;
     tableNextTry_ = 0;
-    LoadRequestTable();
+    const Done fetched = LoadRequestTable();
     if (!HaveRequestTable() && !shortcutAddress_.empty()) {
-        log_.Report(NoRequestTableMessage(shortcutAddress_), true);
+        log_.Report(NoRequestTableMessage(shortcutAddress_, fetched), true);
         tableFailures_ = 1;
         tableNextTry_ = SecondsOf(seams_.Now ? seams_.Now() : LocalNow()) + RetryDelaySeconds(1);
     }
 }
 
-void ExportEngine::LoadRequestTable() {
-    serverNotice_ = shortcutAddress_.empty() ? std::u16string() : Fetch(shortcutAddress_);
+Done ExportEngine::LoadRequestTable() {
+    // No notice, and no table from the server, when it cannot be asked: the table comes from
+    // the kept copy or ConfigURL.TXT below.
+    const Outcome<std::u16string> notice = FetchText(shortcutAddress_);
+    serverNotice_ = notice ? notice.Value() : std::u16string();
+    const Done fetched = notice ? Done{} : Done{notice.Failure()};
     urlConfig_ = std::make_unique<CfgClass>(Messages());
     // The request table is the same address's reply; the notice fetched a moment ago is it.
     urlConfig_->LoadFromString(serverNotice_);
@@ -94,7 +99,7 @@ void ExportEngine::LoadRequestTable() {
     if (HaveRequestTable()) {
         // Kept for a start while the server is away; a failed write only loses that.
         (void)ReplaceFile(kept, TextToAnsi(serverNotice_));
-        return;
+        return fetched;
     }
     std::error_code ec;
     if (!shortcutAddress_.empty() && std::filesystem::is_regular_file(kept, ec)) {
@@ -102,11 +107,12 @@ void ExportEngine::LoadRequestTable() {
         urlConfig_->Load(PathToText(kept));
         if (HaveRequestTable()) {
             log_.ShowStatus(KeptRequestTableMessage(kept), false);
-            return;
+            return fetched;
         }
     }
     urlConfig_ = std::make_unique<CfgClass>(Messages());
     urlConfig_->Load(PathToText(ProgramFile(u"ConfigURL.TXT")));
+    return fetched;
 }
 
 bool ExportEngine::HaveRequestTable() const {
@@ -121,7 +127,8 @@ void ExportEngine::EnsureRequestTable() {
     if (now < tableNextTry_ && tableNextTry_ - now <= RetryDelaySeconds(1000)) {
         return;
     }
-    LoadRequestTable();
+    // Its failures were said once at start-up; each refetch repeating them would fill the list.
+    (void)LoadRequestTable();
     if (HaveRequestTable()) {
         tableFailures_ = 0;
         tableNextTry_ = 0;
@@ -170,10 +177,7 @@ void ExportEngine::FindWorkfile() {
 }
 
 void ExportEngine::ReadSettings() {
-    ExportOptions& options = state_.Options;
-    options.Destination = settings_.Setting(SettingKey::Destination);
-    options.Libraries = settings_.Setting(SettingKey::Libraries);
-    options.Subjects = settings_.Setting(SettingKey::Subjects);
+    state_.Options = ReadOptions(settings_);
     ftp_ = ReadFtpSettings(settings_);
     const Outcome<UploadProtocol> protocol = ParseUploadProtocol(ftp_.Protocol);
     if (!ftp_.Server.empty() && !ftp_.Password.empty() && protocol &&
@@ -183,27 +187,11 @@ void ExportEngine::ReadSettings() {
     }
     log_.SetLogAll(settings_.IsYes(SettingKey::Logging));
     log_.SetLogErrors(settings_.IsYes(SettingKey::LogErrors));
-
-    UpdateOneAtATime(settings_.IsYes(SettingKey::Clear));
-    options.IsbnNoHyphens = settings_.IsYes(SettingKey::ISBNDehyphenate);
-    options.Change035 = settings_.IsYes(SettingKey::Change035);
-
-    options.Charset = static_cast<Characters>(GetSelection(
-        u"CHARSET",
-        settings_.Setting(SettingKey::Charset) + u"/" + settings_.Setting(SettingKey::Compose)));
-    options.Holdings =
-        static_cast<Placement>(GetSelection(u"HOLDTYPE", settings_.Setting(SettingKey::Holdtype)));
-    options.Authorities =
-        static_cast<Placement>(GetSelection(u"AUTHTYPE", settings_.Setting(SettingKey::Authtype)));
-
-    const std::u16string string003 = settings_.Setting(SettingKey::String003);
-    if (!string003.empty()) {
-        options.Code = string003 == Code003Texts[0] ? Code003::SeTesl : Code003::Tessel;
-    } else {
-        options.Code = Code003::Tessel;
-        Store(SettingKey::String003, Code003Texts[static_cast<std::size_t>(options.Code)]);
+    UpdateOneAtATime(state_.Options.OneAtATime);
+    if (settings_.Setting(SettingKey::String003).empty()) {
+        // The default is written at the first start, as the old program did.
+        Store(SettingKey::String003, Code003Texts[static_cast<std::size_t>(state_.Options.Code)]);
     }
-
     state_.BibId = settings_.Setting(SettingKey::LastBibId);
     state_.CanExport = !state_.BibId.empty();
 }

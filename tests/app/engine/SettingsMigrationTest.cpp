@@ -1,3 +1,4 @@
+#include "app/engine/OptionStore.h"
 #include "app/engine/SettingsMigration.h"
 
 #include <gtest/gtest.h>
@@ -44,7 +45,7 @@ TEST(CopySettings, EveryOldKeyLandsInItsSettingConvertedAndMissingKeysChangeNoth
         u"Ändra0359=0\r\nRensa=1\r\nDestination=C:\\Ut\\x.mrc\r\nLogga=1\r\nLoggaFel=0\r\n"
         u"SeparatBestånd=0\r\nSeparataAuktoriteter=1\r\n[FTP]\r\nServer=ftp.example\r\n"
         u"Användare=anna\r\nLösenord=hemligt\r\nKatalog=/in\r\nFil=|%MMDDHHMMSS%.mrc\r\n");
-    CopySettings(settings, old);
+    ASSERT_TRUE(CopySettings(settings, old).Ok());
     const std::pair<SettingKey, std::u16string_view> expected[] = {
         {SettingKey::Libraries, u"Tes Tesm"},
         {SettingKey::Subjects, u"Tes:sao"},
@@ -72,7 +73,7 @@ TEST(CopySettings, EveryOldKeyLandsInItsSettingConvertedAndMissingKeysChangeNoth
     // subjects already in the new form (as the old-style save writes them) too.
     CfgClass second;
     second.LoadFromString(u"Tecken=EBCDIC\r\nLogga=2\r\nÄmnesord=B:sao ; A:sao,lcsh\r\n");
-    CopySettings(settings, second);
+    ASSERT_TRUE(CopySettings(settings, second).Ok());
     EXPECT_EQ(settings.Setting(SettingKey::Clear), u"Yes");
     EXPECT_EQ(settings.Setting(SettingKey::Holdtype), u"interleaved");
     EXPECT_EQ(settings.Setting(SettingKey::Charset), u"ISO-8859-1");
