@@ -149,6 +149,9 @@ Fault TransferFaultOf(const TransferSignal& signal) {
         fault = UploadFault::NotSupported;
     } else if (signal.TimedOut) {
         fault = UploadFault::TimedOut;
+    } else if (signal.ServerReply == 421) {
+        // "Service not available" (too many users, shutting down): it passes; the outbox retries.
+        fault = UploadFault::NoConnection;
     } else if (signal.DiskFull || signal.ServerReply == 452 || signal.ServerReply == 552) {
         fault = UploadFault::ServerFull;
     } else if (signal.LoginDeclined || signal.ServerReply == 530) {
