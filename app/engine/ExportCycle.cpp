@@ -55,7 +55,7 @@ ExportReport ExportEngine::RunExport(const ExportJob& job, const FromOutbox* wai
 void ExportEngine::FetchAndDeliver(ExportReport& report, const ExportJob& job,
                                    const FromOutbox* waiting) {
     Store(SettingKey::LastBibId, job.BibId);
-    report.Request = BuildRequest(job.Options, job.BibId, *urlConfig_);
+    report.Request = BuildRequest(job.Options, job.BibId, requestTable_.Table());
     const Outcome<HttpReply> reply = exporter_.Fetch(report.Request);
     if (!reply) {
         report.Failures.push_back(ReportFailedFetch(reply.Failure(), job.BibId));

@@ -33,7 +33,9 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
       exporter_([this](std::u16string_view address) { return FetchRecords(address); },
                 ClockOf(seams_), LoginOf(seams_)),
       mainConfig_(std::make_unique<CfgClass>(Messages())),
-      urlConfig_(std::make_unique<CfgClass>(Messages())),
+      requestTable_(programFolder_,
+                    [this](std::u16string_view address) { return FetchText(address); },
+                    Messages(), [now = ClockOf(seams_)] { return SecondsOf(now()); }),
       watcher_([now = ClockOf(seams_)] { return SecondsOf(now()); }, seams_.RemoveFile),
       outbox_(std::make_unique<OutboxRunner>(Outbox(programFolder_ / "Outbox"),
                                              [now = ClockOf(seams_)] { return SecondsOf(now()); })) {}
@@ -126,7 +128,7 @@ MessageSink ExportEngine::Messages() {
 }
 
 std::u16string ExportEngine::RequestFor(std::u16string_view bibId) const {
-    return BuildRequest(state_.Options, bibId, *urlConfig_);
+    return BuildRequest(state_.Options, bibId, requestTable_.Table());
 }
 
 }  // namespace tesselex

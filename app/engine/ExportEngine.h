@@ -22,6 +22,7 @@
 #include "app/engine/Logger.h"
 #include "app/engine/WorkfileWatcher.h"
 #include "app/engine/OutboxRunner.h"
+#include "app/engine/RequestTable.h"
 #include "app/engine/SettingKeys.h"
 #include "config/MessageSink.h"
 
@@ -101,9 +102,9 @@ class ExportEngine {
     const EngineState& State() const { return state_; }
     const FtpSettings& Ftp() const { return ftp_; }
     // The address of the request table named by export.url (the server address dialog's text).
-    const std::u16string& ServerAddress() const { return shortcutAddress_; }
+    const std::u16string& ServerAddress() const { return requestTable_.Address(); }
     // The reply of that address at start-up (the server's notice).
-    const std::u16string& ServerNotice() const { return serverNotice_; }
+    const std::u16string& ServerNotice() const { return requestTable_.Notice(); }
     // Status lines and the logs; a front end may show a line of its own through it.
     Logger& Log() { return log_; }
 
@@ -160,14 +161,11 @@ class ExportEngine {
     void Store(std::u16string_view key, std::u16string_view value);
     void ReportSettingsNotSaved();
     void LoadConfig();
+    // Loads the request table for the address export.url (or the policy) names, saying where
+    // it came from when not from the server.
     void FetchRequestTable();
-    // The request table: the server's answer (kept in the program folder for the next start
-    // without the server), else the one kept, else ConfigURL.TXT. Answers how the server's
-    // fetch went.
-    Done LoadRequestTable();
     // While no request table is known it is fetched again, with back-off.
     void EnsureRequestTable();
-    bool HaveRequestTable() const;
     void MigrateOldSettings();
     void FindWorkfile();
     void ReadSettings();
@@ -197,10 +195,8 @@ class ExportEngine {
     Logger log_;
     Exporter exporter_;
     std::unique_ptr<CfgClass> mainConfig_;
-    std::unique_ptr<CfgClass> urlConfig_;
     std::unique_ptr<MarcObject> record_;
-    std::u16string serverNotice_;
-    std::u16string shortcutAddress_;
+    RequestTable requestTable_;
     FtpSettings ftp_;
     WorkfileWatcher watcher_;
     std::unique_ptr<OutboxRunner> outbox_;
@@ -210,9 +206,6 @@ class ExportEngine {
     FileLock outboxLock_;
     bool outboxUnguarded_ = false;
     long long outboxHolder_ = 0;
-    // The request table's refetch while none is known: failures in a row, next try.
-    int tableFailures_ = 0;
-    long long tableNextTry_ = 0;
     EngineListener listener_;
     std::optional<EngineState> sent_;
 };

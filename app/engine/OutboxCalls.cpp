@@ -74,7 +74,7 @@ void ExportEngine::RunWaiting() {
         return;  // another program sends them
     }
     EnsureRequestTable();
-    if (!HaveRequestTable() && !ServerAddress().empty()) {
+    if (!requestTable_.Known() && !ServerAddress().empty()) {
         return;  // the requests cannot be built yet: they wait for the table, not fail
     }
     outbox_->RunDue(Trying(nullptr), Tried());

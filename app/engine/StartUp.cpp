@@ -28,13 +28,7 @@ bool Exists(const std::filesystem::path& path) {
 }  // namespace
 
 std::filesystem::path ExportEngine::ProgramFile(std::u16string_view name) const {
-    std::error_code ec;
-    for (const auto& entry : std::filesystem::directory_iterator(programFolder_, ec)) {
-        if (EqualsNoCase(entry.path().filename().u16string(), name)) {
-            return entry.path();
-        }
-    }
-    return programFolder_ / TextToPath(name);
+    return FileInFolder(programFolder_, name);
 }
 
 void ExportEngine::RunStep(void (ExportEngine::*step)()) {
@@ -70,73 +64,24 @@ void ExportEngine::LoadConfig() {
 void ExportEngine::FetchRequestTable() {
     CfgClass shortcut(Messages());
     shortcut.Load(PathToText(ProgramFile(u"export.url")));
-    shortcutAddress_ = shortcut.Item(u"InternetShortcut\\URL")->Value;
+    std::u16string address = shortcut.Item(u"InternetShortcut\\URL")->Value;
     // The administrator's server address stands in for the user's; export.url stays as it is.
-    if (const auto& address = settings_.MachinePolicy().ServerAddress()) {
-        shortcutAddress_ = *address;
+    if (const auto& policy = settings_.MachinePolicy().ServerAddress()) {
+        address = *policy;
     }
     mainConfig_ = std::make_unique<CfgClass>(Messages());
-    tableFailures_ = 0;
-    tableNextTry_ = 0;
-    const Done fetched = LoadRequestTable();
-    if (!HaveRequestTable() && !shortcutAddress_.empty()) {
-        log_.Report(NoRequestTableMessage(shortcutAddress_, fetched), true);
-        tableFailures_ = 1;
-        tableNextTry_ = SecondsOf(seams_.Now ? seams_.Now() : LocalNow()) + RetryDelaySeconds(1);
+    const RequestTable::Loaded loaded = requestTable_.Load(address);
+    if (loaded.From == RequestTable::Source::Kept) {
+        log_.ShowStatus(KeptRequestTableMessage(programFolder_ / "ConfigURL.last"), false);
+    } else if (!requestTable_.Known() && !address.empty()) {
+        log_.Report(NoRequestTableMessage(address, loaded.Fetched), true);
     }
-}
-
-Done ExportEngine::LoadRequestTable() {
-    // No notice, and no table from the server, when it cannot be asked: the table comes from
-    // the kept copy or ConfigURL.TXT below.
-    const Outcome<std::u16string> notice = FetchText(shortcutAddress_);
-    serverNotice_ = notice ? notice.Value() : std::u16string();
-    const Done fetched = notice ? Done{} : Done{notice.Failure()};
-    urlConfig_ = std::make_unique<CfgClass>(Messages());
-    // The request table is the same address's reply; the notice fetched a moment ago is it.
-    urlConfig_->LoadFromString(serverNotice_);
-    const std::filesystem::path kept = programFolder_ / "ConfigURL.last";
-    if (HaveRequestTable()) {
-        // Kept for a start while the server is away; a failed write only loses that.
-        (void)ReplaceFile(kept, TextToAnsi(serverNotice_));
-        return fetched;
-    }
-    std::error_code ec;
-    if (!shortcutAddress_.empty() && std::filesystem::is_regular_file(kept, ec)) {
-        urlConfig_ = std::make_unique<CfgClass>(Messages());
-        urlConfig_->Load(PathToText(kept));
-        if (HaveRequestTable()) {
-            log_.ShowStatus(KeptRequestTableMessage(kept), false);
-            return fetched;
-        }
-    }
-    urlConfig_ = std::make_unique<CfgClass>(Messages());
-    urlConfig_->Load(PathToText(ProgramFile(u"ConfigURL.TXT")));
-    return fetched;
-}
-
-bool ExportEngine::HaveRequestTable() const {
-    return !urlConfig_->Item(u"baseURL")->Value.empty();
 }
 
 void ExportEngine::EnsureRequestTable() {
-    if (HaveRequestTable() || shortcutAddress_.empty()) {
-        return;
+    if (requestTable_.Refetch()) {
+        log_.Report(RequestTableFetchedMessage(requestTable_.Address()), false);
     }
-    const long long now = SecondsOf(seams_.Now ? seams_.Now() : LocalNow());
-    if (now < tableNextTry_ && tableNextTry_ - now <= RetryDelaySeconds(1000)) {
-        return;
-    }
-    // Its failures were said once at start-up; each refetch repeating them would fill the list.
-    (void)LoadRequestTable();
-    if (HaveRequestTable()) {
-        tableFailures_ = 0;
-        tableNextTry_ = 0;
-        log_.Report(RequestTableFetchedMessage(shortcutAddress_), false);
-        return;
-    }
-    ++tableFailures_;
-    tableNextTry_ = now + RetryDelaySeconds(tableFailures_);
 }
 
 void ExportEngine::MigrateOldSettings() {
