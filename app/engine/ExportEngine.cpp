@@ -38,6 +38,7 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
                     Messages(), [now = ClockOf(seams_)] { return SecondsOf(now()); }),
       watcher_([now = ClockOf(seams_)] { return SecondsOf(now()); }, seams_.RemoveFile),
       outbox_(std::make_unique<OutboxRunner>(Outbox(programFolder_ / "Outbox"),
+                                             programFolder_ / "Outbox.lock",
                                              [now = ClockOf(seams_)] { return SecondsOf(now()); })) {}
 
 ExportEngine::~ExportEngine() = default;

@@ -201,10 +201,7 @@ class ExportEngine {
     WorkfileWatcher watcher_;
     std::unique_ptr<OutboxRunner> outbox_;
     std::optional<std::vector<OutboxEntry>> waitingSent_;
-    bool resumed_ = false;
-    // The outbox's lock; the holder's number while another program has it.
-    FileLock outboxLock_;
-    bool outboxUnguarded_ = false;
+    // The process that sends the outbox while another program does (0: unknown or this one).
     long long outboxHolder_ = 0;
     EngineListener listener_;
     std::optional<EngineState> sent_;

@@ -9,31 +9,17 @@
 namespace tesselex {
 
 bool ExportEngine::ResumeOutbox() {
-    if (!outboxLock_.Held() && !outboxUnguarded_) {
-        const std::filesystem::path lockFile = programFolder_ / "Outbox.lock";
-        Outcome<FileLock> taken = FileLock::TryTake(lockFile);
-        if (taken) {
-            outboxLock_ = std::move(taken).Value();
-            resumed_ = false;  // an earlier holder may have left appends to repair
-        } else if (taken.Kind() == FaultKind::Held) {
-            outboxHolder_ = taken.Failure().Code;
-            outbox_->Look();
-            return false;
-        } else {
-            // Without a lock this program still sends: its exports must not wait unseen.
-            log_.ShowStatus(OutboxLockNotMadeMessage(lockFile, taken.Failure()), true);
-            outboxUnguarded_ = true;
-        }
+    const OutboxRunner::Holding holding = outbox_->Hold();
+    outboxHolder_ = holding.Other;
+    if (!holding.LockMade) {
+        log_.ShowStatus(
+            OutboxLockNotMadeMessage(programFolder_ / "Outbox.lock", holding.LockMade.Failure()),
+            true);
     }
-    if (resumed_) {
-        outbox_->Adopt();
-        return true;
-    }
-    resumed_ = true;
-    for (const Fault& problem : outbox_->Resume()) {
+    for (const Fault& problem : holding.Unreadable) {
         log_.Report(OutboxUnreadableMessage(programFolder_ / "Outbox", problem), true);
     }
-    return true;
+    return holding.Holder;
 }
 
 ExportJob ExportEngine::JobNow(std::u16string_view bibId) const {

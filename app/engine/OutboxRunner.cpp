@@ -20,8 +20,35 @@ Fault NotWaiting(std::u16string_view bibId) {
 
 }  // namespace
 
-OutboxRunner::OutboxRunner(Outbox outbox, std::function<long long()> now)
-    : outbox_(std::move(outbox)), now_(std::move(now)) {}
+OutboxRunner::OutboxRunner(Outbox outbox, std::filesystem::path lockFile,
+                           std::function<long long()> now)
+    : outbox_(std::move(outbox)), lockFile_(std::move(lockFile)), now_(std::move(now)) {}
+
+OutboxRunner::Holding OutboxRunner::Hold() {
+    Holding holding;
+    if (!lock_.Held() && !unguarded_) {
+        Outcome<FileLock> taken = FileLock::TryTake(lockFile_);
+        if (taken) {
+            lock_ = std::move(taken).Value();
+            resumed_ = false;  // an earlier holder may have left appends to repair
+        } else if (taken.Kind() == FaultKind::Held) {
+            holding.Other = taken.Failure().Code;
+            Look();
+            return holding;
+        } else {
+            holding.LockMade = taken.Failure();
+            unguarded_ = true;
+        }
+    }
+    holding.Holder = true;
+    if (resumed_) {
+        Adopt();
+    } else {
+        resumed_ = true;
+        holding.Unreadable = Resume();
+    }
+    return holding;
+}
 
 std::vector<Fault> OutboxRunner::Resume() {
     std::vector<Fault> problems;
