@@ -3,8 +3,9 @@
 // on Linux directly, on Windows through Wine, which starts Linux programs for a Windows process
 // that asks (there is no Windows Python on the machines that test). The script prints one line
 // once it serves (its port, say) and serves until its standard input ends; Stop() and the
-// destructor end it, and so does the end of the test process. This is LoopbackFtpServer's way
-// of starting its scripts, for any script.
+// destructor end it, and so does the end of the test process: on Linux already when the thread
+// that started it ends, so start it from the test's own thread. The loopback FTP, SFTP and HTTPS
+// servers run so.
 
 #include <filesystem>
 #include <memory>

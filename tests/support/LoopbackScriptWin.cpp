@@ -1,7 +1,6 @@
-// Starts a test script from a Windows test process under Wine (LoopbackScript.h), as
-// LoopbackFtpServerWin.cpp starts the FTP server: Wine runs the Linux Python when asked for a
-// Unix program, hands it no process handle, and a Windows pipe has no Unix end it could use; a
-// loopback socket has one. One end of a connected pair becomes the script's standard input and
+// Starts a test script from a Windows test process under Wine (LoopbackScript.h): Wine runs the
+// Linux Python when asked for a Unix program, hands it no process handle, and a Windows pipe has
+// no Unix end it could use; a loopback socket has one. One end of a connected pair becomes the script's standard input and
 // output: its first line comes on it, and shutting down this end ends the script. A test
 // process that dies closes the socket too.
 
