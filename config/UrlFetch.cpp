@@ -23,7 +23,8 @@ namespace {
 // The refusal of a server whose certificate is not trusted, naming the server and the key it
 // showed (what "server test --trust" would pin), as far as that could be seen.
 Fault UntrustedFault(std::u16string_view address, const ServerTrust& trust, UrlRequest& request) {
-    std::u16string reason = u"the certificate of " + HttpsServerName(address) +
+    const std::u16string server = HttpsServerName(address);  // none: redirected to https
+    std::u16string reason = u"the certificate of " + (server.empty() ? Trim(address) : server) +
                             u" is not trusted (" + request.Reason() + u")";
     const std::string der = request.ServerCertificate();
     const std::optional<CertificateFingerprints> prints =

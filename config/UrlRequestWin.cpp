@@ -268,8 +268,21 @@ bool UrlRequest::Transfer::Accepted(const ServerTrust& trust) {
 
 bool UrlRequest::Transfer::Send(const ServerTrust& trust) {
     HINTERNET request = open.request.get();
+    const bool own = !Trim(trust.Pinned).empty() || !trust.CaFile.empty();
     if (SendRequest(request)) {
-        // Verified by the system: a pin or a CA file must still vouch for it.
+        // The system remembers errors a request let through for its server (Wine does, for the
+        // rest of the process): a request that makes no exception of its own must not ride on
+        // one. Else verified by the system; a pin or a CA file must still vouch for it.
+        DWORD flags = 0;
+        DWORD size = sizeof flags;
+        if (!own && InternetQueryOptionW(request, INTERNET_OPTION_SECURITY_FLAGS, &flags, &size) &&
+            (flags & kPinnedIgnores) != 0) {
+            seen = DerOf(Leaf(ServerChain(request)));
+            Refuse(ERROR_INTERNET_INVALID_CA,
+                   u"the system let the certificate through unverified, on an exception made "
+                   u"earlier for this server");
+            return false;
+        }
         return Accepted(trust);
     }
     error = GetLastError();
@@ -281,7 +294,7 @@ bool UrlRequest::Transfer::Send(const ServerTrust& trust) {
     // that does not show the pinned key. Under Wine it comes only with an answered request.
     seen = DerOf(Leaf(ServerChain(request)));
     const bool pinned = !Trim(trust.Pinned).empty();
-    if (!pinned && trust.CaFile.empty()) {
+    if (!own) {
         return false;
     }
     if (pinned && !seen.empty()) {
@@ -292,9 +305,10 @@ bool UrlRequest::Transfer::Send(const ServerTrust& trust) {
         }
     }
     // A pin answers for whoever signed the certificate and for its names and dates; a CA file
-    // only for the unknown authority. The reply is read only once the certificate of this very
-    // connection has passed.
-    if (!IgnoreCertificateErrors(request, pinned ? kPinnedIgnores : SECURITY_FLAG_IGNORE_UNKNOWN_CA) ||
+    // only for the unknown authority, whose revocation the system cannot ask. The reply is read
+    // only once the certificate of this very connection has passed.
+    constexpr DWORD kFileIgnores = SECURITY_FLAG_IGNORE_UNKNOWN_CA | SECURITY_FLAG_IGNORE_REVOCATION;
+    if (!IgnoreCertificateErrors(request, pinned ? kPinnedIgnores : kFileIgnores) ||
         !SendRequest(request)) {
         error = GetLastError();
         untrusted = CertificateError(error);

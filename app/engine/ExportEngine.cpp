@@ -64,7 +64,7 @@ Outcome<HttpReply> ExportEngine::FetchRecords(std::u16string_view address) const
     // An https export server is trusted by the trust store, or by the key pinned for it among
     // the trusted servers (tesselex-cli server test --trust).
     const std::u16string trusted = settings_.Setting(SettingKey::FTPTrust);
-    return FetchReply(address, ServerTrust{PinnedFingerprint(trusted, address)});
+    return FetchReply(address, ServerTrust{PinnedFingerprint(trusted, address), {}});
 }
 
 void ExportEngine::Store(SettingKey key, std::u16string_view value) {

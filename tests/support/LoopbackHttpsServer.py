@@ -8,7 +8,8 @@
 # HTTPS on two ports of 127.0.0.1 chosen by the system, one with each server certificate, and
 # prints one line: "SIGNED_PORT SELF_PORT SIGNED_PIN SELF_PIN", the pins ("sha256//<base64>" of
 # the public key) as openssl computes them. Every GET is answered 200 with the body "secure " and
-# the path with its query. Serves until its standard input ends: the test closes it to stop the
+# the path with its query (HEAD, which the Windows build sends to read a certificate, without
+# the body). Serves until its standard input ends: the test closes it to stop the
 # servers, and a test process that dies closes it too.
 import base64
 import http.server
@@ -56,15 +57,16 @@ def pin(name):
 class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
 
-    def do_GET(self):
+    def do_HEAD(self):
         body = ("secure " + self.path).encode("latin-1")
         self.send_response(200)
         self.send_header("Content-Type", "text/plain")
         self.send_header("Content-Length", str(len(body)))
         self.end_headers()
-        self.wfile.write(body)
+        return body
 
-    do_HEAD = do_GET
+    def do_GET(self):
+        self.wfile.write(self.do_HEAD())
 
     def log_message(self, *args):
         pass
