@@ -4,6 +4,7 @@
 // checked here against the certificate the system hands over (crypt32).
 
 #include <windows.h>
+// after windows.h, which it needs
 #include <wincrypt.h>
 
 #include <algorithm>
@@ -73,6 +74,12 @@ Chain ServerChain(HINTERNET request) {
     return Chain(chain);
 }
 
+// Whether the certificate (DER) holds the pinned public key.
+bool HoldsPinnedKey(const std::string& der, const std::u16string& pinned) {
+    const std::optional<CertificateFingerprints> prints = FingerprintsOfDer(der);
+    return prints && FromAscii(prints->Pin) == pinned;
+}
+
 PCCERT_CONTEXT Leaf(const Chain& chain) {
     if (!chain || chain->cChain == 0 || chain->rgpChain[0]->cElement == 0) {
         return nullptr;
@@ -106,10 +113,9 @@ Store CertificatesOf(const std::filesystem::path& file) {
         }
         const std::optional<std::string> der =
             FromBase64(std::string_view(pem).substr(at + kBegin.size(), end - at - kBegin.size()));
-        if (der && CertAddEncodedCertificateToStore(store.get(), X509_ASN_ENCODING,
-                                                    reinterpret_cast<const BYTE*>(der->data()),
-                                                    static_cast<DWORD>(der->size()),
-                                                    CERT_STORE_ADD_ALWAYS, nullptr)) {
+        if (der && CertAddEncodedCertificateToStore(
+                       store.get(), X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der->data()),
+                       static_cast<DWORD>(der->size()), CERT_STORE_ADD_ALWAYS, nullptr)) {
             any = true;
         }
     }
@@ -191,14 +197,14 @@ DWORD OpenRequest(const std::u16string& url, const wchar_t* verb, DWORD waitMs, 
     if (path.empty()) {
         path = L"/";
     }
-    out.connection.reset(InternetConnectW(out.session.get(), host.c_str(), parts.nPort,
-                                          user.empty() ? nullptr : user.c_str(),
-                                          password.empty() ? nullptr : password.c_str(),
-                                          INTERNET_SERVICE_HTTP, 0, 0));
+    out.connection.reset(InternetConnectW(
+        out.session.get(), host.c_str(), parts.nPort, user.empty() ? nullptr : user.c_str(),
+        password.empty() ? nullptr : password.c_str(), INTERNET_SERVICE_HTTP, 0, 0));
     if (!out.connection) {
         return GetLastError();
     }
-    const DWORD flags = kFlags | (parts.nScheme == INTERNET_SCHEME_HTTPS ? INTERNET_FLAG_SECURE : 0);
+    const DWORD flags =
+        kFlags | (parts.nScheme == INTERNET_SCHEME_HTTPS ? INTERNET_FLAG_SECURE : 0);
     out.request.reset(HttpOpenRequestW(out.connection.get(), verb, path.c_str(), nullptr, nullptr,
                                        nullptr, flags, 0));
     return out.request ? 0 : GetLastError();
@@ -251,8 +257,7 @@ bool UrlRequest::Transfer::Accepted(const ServerTrust& trust) {
         return false;
     }
     if (!pinned.empty()) {
-        const std::optional<CertificateFingerprints> prints = FingerprintsOfDer(seen);
-        if (!prints || FromAscii(prints->Pin) != pinned) {
+        if (!HoldsPinnedKey(seen, pinned)) {
             Refuse(ERROR_INTERNET_INVALID_CA, u"the server's key is not the pinned one");
             return false;
         }
@@ -297,17 +302,15 @@ bool UrlRequest::Transfer::Send(const ServerTrust& trust) {
     if (!own) {
         return false;
     }
-    if (pinned && !seen.empty()) {
-        const std::optional<CertificateFingerprints> prints = FingerprintsOfDer(seen);
-        if (!prints || FromAscii(prints->Pin) != Trim(trust.Pinned)) {
-            Refuse(error, u"the server's key is not the pinned one");
-            return false;
-        }
+    if (pinned && !seen.empty() && !HoldsPinnedKey(seen, Trim(trust.Pinned))) {
+        Refuse(error, u"the server's key is not the pinned one");
+        return false;
     }
     // A pin answers for whoever signed the certificate and for its names and dates; a CA file
     // only for the unknown authority, whose revocation the system cannot ask. The reply is read
     // only once the certificate of this very connection has passed.
-    constexpr DWORD kFileIgnores = SECURITY_FLAG_IGNORE_UNKNOWN_CA | SECURITY_FLAG_IGNORE_REVOCATION;
+    constexpr DWORD kFileIgnores =
+        SECURITY_FLAG_IGNORE_UNKNOWN_CA | SECURITY_FLAG_IGNORE_REVOCATION;
     if (!IgnoreCertificateErrors(request, pinned ? kPinnedIgnores : kFileIgnores) ||
         !SendRequest(request)) {
         error = GetLastError();
@@ -384,7 +387,8 @@ Outcome<std::string> ReadServerCertificate(std::u16string_view address,
     // The system hands the certificate over only once a request has been answered: a HEAD
     // request, whatever the certificate, and nothing read of the reply.
     Opened open;
-    DWORD error = OpenRequest(url, L"HEAD", std::min(kStallMilliseconds, Milliseconds(limit)), open);
+    DWORD error =
+        OpenRequest(url, L"HEAD", std::min(kStallMilliseconds, Milliseconds(limit)), open);
     if (error == 0 && (!IgnoreCertificateErrors(open.request.get(), kPinnedIgnores) ||
                        !SendRequest(open.request.get()))) {
         error = GetLastError();
@@ -393,10 +397,9 @@ Outcome<std::string> ReadServerCertificate(std::u16string_view address,
     if (!der.empty()) {
         return der;
     }
-    return Fault{error == ERROR_INTERNET_TIMEOUT ? FaultKind::TimedOut : FaultKind::NoConnection,
-                 error == 0 ? u"the server showed no certificate"
-                            : detail::InternetErrorWords(error),
-                 0};
+    return Fault{
+        error == ERROR_INTERNET_TIMEOUT ? FaultKind::TimedOut : FaultKind::NoConnection,
+        error == 0 ? u"the server showed no certificate" : detail::InternetErrorWords(error), 0};
 }
 
 std::string UrlRequest::Read() {
@@ -420,7 +423,8 @@ std::string UrlRequest::Read() {
     }
     std::string bytes(std::min<DWORD>(available, static_cast<DWORD>(kChunkBytes)), '\0');
     DWORD read = 0;
-    if (!InternetReadFile(t.open.request.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read)) {
+    if (!InternetReadFile(t.open.request.get(), bytes.data(), static_cast<DWORD>(bytes.size()),
+                          &read)) {
         t.error = GetLastError();
         read = 0;
     }

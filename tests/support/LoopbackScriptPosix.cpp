@@ -20,8 +20,7 @@ struct LoopbackScript::Process {
     int input = -1;  // the script serves until this closes
 };
 
-LoopbackScript::LoopbackScript(const std::string& script,
-                               const std::vector<std::string>& arguments)
+LoopbackScript::LoopbackScript(const std::string& script, const std::vector<std::string>& arguments)
     : process_(std::make_unique<Process>()) {
     int output[2];
     int input[2];

@@ -1,8 +1,8 @@
 // Starts a test script from a Windows test process under Wine (LoopbackScript.h): Wine runs the
 // Linux Python when asked for a Unix program, hands it no process handle, and a Windows pipe has
-// no Unix end it could use; a loopback socket has one. One end of a connected pair becomes the script's standard input and
-// output: its first line comes on it, and shutting down this end ends the script. A test
-// process that dies closes the socket too.
+// no Unix end it could use; a loopback socket has one. One end of a connected pair becomes the
+// script's standard input and output: its first line comes on it, and shutting down this end ends
+// the script. A test process that dies closes the socket too.
 
 #include <winsock2.h>
 
@@ -94,8 +94,7 @@ struct LoopbackScript::Process {
     SOCKET control = INVALID_SOCKET;  // this end of the script's standard input and output
 };
 
-LoopbackScript::LoopbackScript(const std::string& script,
-                               const std::vector<std::string>& arguments)
+LoopbackScript::LoopbackScript(const std::string& script, const std::vector<std::string>& arguments)
     : process_(std::make_unique<Process>()) {
     WSADATA data;
     if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
