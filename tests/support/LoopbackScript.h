@@ -33,6 +33,10 @@ class LoopbackScript {
     static std::string ScriptPath(const std::filesystem::path& path);
 
   private:
+    // Keeps the first line read without its line end; a script that gave none is stopped, and
+    // the start fails.
+    void TakeFirstLine(const std::string& script);
+
     struct Process;  // the running script, one kind per platform
     std::unique_ptr<Process> process_;
     std::string firstLine_;

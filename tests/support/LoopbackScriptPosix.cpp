@@ -63,11 +63,7 @@ LoopbackScript::LoopbackScript(const std::string& script, const std::vector<std:
         firstLine_.append(buffer, static_cast<std::size_t>(got));
     }
     close(output[0]);
-    if (firstLine_.find('\n') == std::string::npos) {
-        Stop();
-        throw std::runtime_error("loopback script " + script + " did not start");
-    }
-    firstLine_.erase(firstLine_.find_first_of("\r\n"));
+    TakeFirstLine(script);
 }
 
 LoopbackScript::~LoopbackScript() {

@@ -139,11 +139,7 @@ LoopbackScript::LoopbackScript(const std::string& script, const std::vector<std:
         Stop();
         throw;
     }
-    if (firstLine_.find('\n') == std::string::npos) {
-        Stop();
-        throw std::runtime_error("loopback script " + script + " did not start");
-    }
-    firstLine_.erase(firstLine_.find_first_of("\r\n"));
+    TakeFirstLine(script);
 }
 
 LoopbackScript::~LoopbackScript() {
