@@ -28,5 +28,7 @@ struct CertificateFingerprints {
 // The fingerprints of the first certificate of a PEM text; nothing when it holds no certificate
 // whose public key can be found.
 std::optional<CertificateFingerprints> FingerprintsOfPem(std::string_view pem);
+// The same of one certificate in DER, as the system's certificate functions hand it over.
+std::optional<CertificateFingerprints> FingerprintsOfDer(std::string_view der);
 
 }  // namespace tesselex

@@ -67,9 +67,30 @@ struct HttpReply {
     std::optional<Fault> Problem() const;
 };
 
-// The fetch, telling how it ended: no reply at all (no connection, not an http(s) address, the
-// time limit) is the fault; any reply is the value. It never runs longer than the limit.
+// How the certificate of an https server is verified. Left empty, by the system's trust store
+// (libcurl's CA bundle on Linux, the system store through the Internet functions on Windows) for
+// the name in the address.
+struct ServerTrust {
+    // "sha256//<base64>" of the server's public key, as config/Upload.h's TLS pin: a certificate
+    // with this key is trusted whoever signed it and whatever names it holds (a self-signed one
+    // too), and no other is, whatever signed it.
+    std::u16string Pinned;
+    // Without a pin: verify against the certificates of this PEM file instead of the trust store.
+    std::filesystem::path CaFile;
+};
+
+// Fault::Code of a fetch that refused the server's certificate: not verified by the trust store
+// or the CA file, or not the pinned key. Its Kind is NoConnection (nothing was asked of the
+// server; the export waits as for no connection) and its reason names the server and the
+// fingerprint it showed. The same number as UploadFault::UntrustedCertificate (config/Upload.h).
+inline constexpr int kUntrustedServer = 8;
+
+// The fetch, telling how it ended: no reply at all (no connection, an untrusted certificate, not
+// an http(s) address, the time limit) is the fault; any reply is the value. It never runs longer
+// than the limit. Without a ServerTrust an https server is verified by the trust store.
 [[nodiscard]] Outcome<HttpReply> FetchReply(std::u16string_view address,
+                                            std::chrono::seconds limit = kTransferLimit);
+[[nodiscard]] Outcome<HttpReply> FetchReply(std::u16string_view address, const ServerTrust& trust,
                                             std::chrono::seconds limit = kTransferLimit);
 
 // An open HTTP request; a null handle is the failure value ("0").

@@ -7,11 +7,41 @@
 
 #include "config/EmptyOnFailure.h"
 #include "config/CodePage.h"
+#include "config/Fingerprint.h"
+#include "config/HttpsTrust.h"
 #include "config/SharedRoutines.h"
 #include "config/Strings.h"
+#include "config/Upload.h"
 #include "config/UrlRequest.h"
 
 namespace tesselex {
+
+static_assert(kUntrustedServer == static_cast<int>(UploadFault::UntrustedCertificate));
+
+namespace {
+
+// The refusal of a server whose certificate is not trusted, naming the server and the key it
+// showed (what "server test --trust" would pin), as far as that could be seen.
+Fault UntrustedFault(std::u16string_view address, const ServerTrust& trust, UrlRequest& request) {
+    const std::u16string server = HttpsServerName(address);  // none: redirected to https
+    std::u16string reason = u"the certificate of " + (server.empty() ? Trim(address) : server) +
+                            u" is not trusted (" + request.Reason() + u")";
+    const std::string der = request.ServerCertificate();
+    const std::optional<CertificateFingerprints> prints =
+        der.empty() ? std::nullopt : FingerprintsOfDer(der);
+    const std::u16string pinned = Trim(trust.Pinned);
+    if (prints) {
+        reason += u"; the server's key is " + FromAscii(prints->Pin);
+        if (!pinned.empty()) {
+            reason += u", not the pinned " + pinned;
+        }
+    } else {
+        reason += u"; tesselex-cli server test shows the server's key";
+    }
+    return Fault{FaultKind::NoConnection, reason, kUntrustedServer};
+}
+
+}  // namespace
 
 UrlHandle OpenUrl(std::u16string_view address) {
     // The described fetch answers nothing when it cannot connect; FetchUrlResult tells why.
@@ -51,17 +81,25 @@ std::optional<Fault> HttpReply::Problem() const {
 }
 
 Outcome<HttpReply> FetchReply(std::u16string_view address, std::chrono::seconds limit) {
+    return FetchReply(address, ServerTrust{}, limit);
+}
+
+Outcome<HttpReply> FetchReply(std::u16string_view address, const ServerTrust& trust,
+                              std::chrono::seconds limit) {
     if (address.empty()) {
         return Fault{FaultKind::NoConnection, u"no address"};
     }
     try {
         const auto request = std::make_shared<UrlRequest>();
-        const bool opened = request->Start(address, limit);
+        const bool opened = request->Start(address, limit, trust);
         UrlHandle handle = opened ? request : nullptr;
         HttpReply reply;
         std::u16string chunk;
         while (ReadChunk(handle, chunk)) {
             reply.Body += chunk;
+        }
+        if (request->Untrusted()) {
+            return UntrustedFault(address, trust, *request);
         }
         if (request->Failed() || !opened) {
             // The status of a reply that broke off or was not followed is still told.

@@ -80,6 +80,12 @@ std::u16string FetchFailedMessage(std::u16string_view bibId, const Fault& fault)
         case FaultKind::BadData:
             cause = u"svaret innehöll ingen korrekt post";
             break;
+        case FaultKind::NoConnection:
+            // The reason names the server and the key to pin (config/SharedRoutines.h).
+            cause = fault.Code == kUntrustedServer
+                        ? u"exportservern är inte betrodd: " + fault.Reason
+                        : u"ingen kontakt med exportservern";
+            break;
         default:
             cause = u"ingen kontakt med exportservern";
             break;

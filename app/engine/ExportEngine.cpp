@@ -4,6 +4,7 @@
 #include "app/engine/RequestBuilder.h"
 #include "app/engine/Settings.h"
 #include "config/CfgClass.h"
+#include "config/HttpsTrust.h"
 #include "config/Platform.h"
 #include "config/SharedRoutines.h"
 #include "marc/MarcObject.h"
@@ -70,7 +71,10 @@ Outcome<HttpReply> ExportEngine::FetchRecords(std::u16string_view address) const
     if (seams_.Fetch) {
         return HttpReply{200, seams_.Fetch(address)};
     }
-    return FetchReply(address);
+    // An https export server is trusted by the trust store, or by the key pinned for it among
+    // the trusted servers (tesselex-cli server test --trust).
+    const std::u16string trusted = settings_.Setting(SettingKey::FTPTrust);
+    return FetchReply(address, ServerTrust{PinnedFingerprint(trusted, address), {}});
 }
 
 void ExportEngine::Store(SettingKey key, std::u16string_view value) {

@@ -4,13 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "app/engine/FileLock.h"
 #include "app/engine/Outbox.h"
 #include "app/engine/WatchLock.h"
+#include "config/Utf.h"
 #include "tests/app/engine/EngineFixture.h"
 #include "tests/support/FreePort.h"
 #include "tests/support/LoopbackFtpServer.h"
+#include "tests/support/LoopbackHttpsServer.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex {
@@ -267,6 +270,49 @@ TEST_F(EngineCommandTest, FtpTestTrustsAServerOnlyWhenAskedAndTheExportIsUploade
         << plain.Out;
     EXPECT_EQ(Run("settings set FTPProtocol scp").Status, 0);
     EXPECT_EQ(Run("ftp test").Status, 2) << "an unknown protocol is a usage error";
+}
+
+TEST_F(EngineCommandTest, ServerTestPinsAnHttpsExportServerWhoseExportsWaitUntilThen) {
+    std::optional<test::LoopbackHttpsServer> https;
+    try {
+        https.emplace();
+    } catch (const std::exception& error) {
+        GTEST_SKIP() << error.what();
+    }
+    // The self-signed server is the export server; its replies are no request table, so the
+    // local one (naming it too) is used.
+    const std::string base = TextToUtf8(https->SelfSignedUrl(""));
+    const std::string pin = https->SelfSignedPin();
+    WriteBytes(home_ / "export.url", "[InternetShortcut]\r\nURL=" + base + "/config\r\n");
+    std::string table = ReadBytes(test::SourceDir() / "data" / "ConfigURL.TXT");
+    table.replace(table.find("http://127.0.0.1:8080"), 21, base);
+    WriteBytes(home_ / "ConfigURL.TXT", table);
+    const CliResult waiting = Run("fetch " + bibId_);
+    EXPECT_EQ(waiting.Status, 1);
+    EXPECT_NE(waiting.Out.find("Post #" + bibId_ + " kunde inte hämtas: exportservern är inte "
+                               "betrodd: the certificate of " + base + " is not trusted"),
+              std::string::npos)
+        << waiting.Out;
+    EXPECT_NE(waiting.Out.find("the server's key is " + pin), std::string::npos) << waiting.Out;
+
+    const std::string seen = "server: " + base + "/config\nfingerprint: " + pin + "\n";
+    const CliResult unknown = Run("server test");
+    EXPECT_EQ(unknown.Status, 1);
+    EXPECT_TRUE(unknown.Out.starts_with(seen)) << unknown.Out;
+    EXPECT_TRUE(unknown.Out.ends_with("trusted: no\n")) << unknown.Out;
+    EXPECT_EQ(Run("settings get FTPTrust").Out, "\n") << "nothing trusted without --trust";
+    const CliResult trusted = Run("server test --trust");
+    EXPECT_EQ(trusted.Status, 0) << trusted.Out;
+    EXPECT_NE(trusted.Out.find("trusted: no\nstored as trusted: " + pin + "\n"),
+              std::string::npos) << trusted.Out;
+    EXPECT_TRUE(trusted.Out.ends_with("trusted: yes\n")) << trusted.Out;
+    EXPECT_EQ(Run("settings get FTPTrust").Out, base + " " + pin + "\n");
+    // Now the fetch is answered: the server's reply is no record, but it came.
+    const CliResult answered = Run("outbox retry");
+    EXPECT_NE(answered.Out.find("svaret innehöll ingen korrekt post"), std::string::npos)
+        << answered.Out;
+    EXPECT_EQ(answered.Out.find("inte betrodd"), std::string::npos) << answered.Out;
+    EXPECT_EQ(Run("server test http://127.0.0.1/").Status, 2) << "only https is verified";
 }
 
 }  // namespace
