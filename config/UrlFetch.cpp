@@ -44,7 +44,7 @@ Fault UntrustedFault(std::u16string_view address, const ServerTrust& trust, UrlR
 }  // namespace
 
 UrlHandle OpenUrl(std::u16string_view address) {
-    // The described fetch answers nothing when it cannot connect; FetchUrlResult tells why.
+    // The described fetch answers nothing when it cannot connect; FetchReply tells why.
     return EmptyOnFailure([&]() -> UrlHandle {
         auto request = std::make_shared<UrlRequest>();
         return request->Start(address, kTransferLimit) ? request : nullptr;
@@ -70,14 +70,14 @@ std::u16string FetchUrl(std::u16string_view address) {
     return reply ? reply.Value().Body : std::u16string();
 }
 
-std::optional<Fault> HttpReply::Problem() const {
+Done HttpReply::Usable() const {
     if (Status >= 400) {
         return Fault{FaultKind::HttpStatus, u"HTTP " + FromAscii(std::to_string(Status)), Status};
     }
     if (Body.empty()) {
         return Fault{FaultKind::EmptyReply, u"empty reply"};
     }
-    return std::nullopt;
+    return {};
 }
 
 Outcome<HttpReply> FetchReply(std::u16string_view address, std::chrono::seconds limit) {
@@ -113,26 +113,6 @@ Outcome<HttpReply> FetchReply(std::u16string_view address, const ServerTrust& tr
     }
 }
 
-FetchResult FetchUrlResult(std::u16string_view address, std::chrono::seconds limit) {
-    const Outcome<HttpReply> reply = FetchReply(address, limit);
-    FetchResult result;
-    if (!reply) {
-        result.Failure = reply.Kind() == FaultKind::TimedOut ? NetFailure::TimedOut
-                                                             : NetFailure::NoConnection;
-        result.Reason = reply.Reason();
-        result.HttpStatus = reply.Failure().Code;
-        return result;
-    }
-    result.Body = reply.Value().Body;
-    result.HttpStatus = reply.Value().Status;
-    if (const auto problem = reply.Value().Problem()) {
-        result.Failure = problem->Kind == FaultKind::HttpStatus ? NetFailure::HttpStatus
-                                                                : NetFailure::EmptyReply;
-        result.Reason = problem->Reason;
-    }
-    return result;
-}
-
 Outcome<std::filesystem::path> FetchToTemp(std::u16string_view address) {
     const Outcome<HttpReply> reply = FetchReply(address);
     if (!reply) {
@@ -140,7 +120,8 @@ Outcome<std::filesystem::path> FetchToTemp(std::u16string_view address) {
     }
     const HttpReply& got = reply.Value();
     if (got.Body.empty() || FindNoCase(got.Body, u"<html>") != std::u16string::npos) {
-        return got.Problem().value_or(Fault{FaultKind::BadData, u"an error page"});
+        const Done usable = got.Usable();
+        return usable ? Fault{FaultKind::BadData, u"an error page"} : usable.Failure();
     }
     Outcome<std::filesystem::path> file = NewTempFile(u"XX");
     if (!file) {

@@ -61,8 +61,8 @@ Outcome<std::u16string> ExportEngine::FetchText(std::u16string_view address) con
         return reply.Failure();
     }
     // The request table and the notice: only a usable reply counts.
-    if (const std::optional<Fault> problem = reply.Value().Problem()) {
-        return *problem;
+    if (const Done usable = reply.Value().Usable(); !usable) {
+        return usable.Failure();
     }
     return reply.Value().Body;
 }

@@ -1,6 +1,5 @@
 #include "app/engine/Exporter.h"
 
-#include <optional>
 #include <system_error>
 
 #include "app/engine/DurableFile.h"
@@ -64,8 +63,9 @@ CheckedReply CheckReply(const HttpReply& reply) {
     }
     if (checked.Kept.empty()) {
         // An error page, or a reply with pieces but no usable record.
-        const std::optional<Fault> problem = reply.Problem();
-        checked.Usable = problem.value_or(Fault{FaultKind::BadData, u"no well-formed record", 0});
+        const Done usable = reply.Usable();
+        checked.Usable = usable ? Done{Fault{FaultKind::BadData, u"no well-formed record", 0}}
+                                : usable;
     }
     return checked;
 }

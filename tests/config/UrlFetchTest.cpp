@@ -139,12 +139,11 @@ TEST_F(UrlFetch, ResultNamesWhyAFetchFailed) {
     for (const Case& c : cases) {
         SCOPED_TRACE(TextToUtf8(c.Address));
         const Outcome<HttpReply> reply = FetchReply(c.Address, 1s);
-        const std::optional<Fault> fault =
-            reply ? reply.Value().Problem() : std::optional<Fault>(reply.Failure());
-        EXPECT_EQ(fault ? std::optional(fault->Kind) : std::nullopt, c.Kind);
+        const Done fault = reply ? reply.Value().Usable() : Done{reply.Failure()};
+        EXPECT_EQ(fault ? std::nullopt : std::optional(fault.Kind()), c.Kind);
         EXPECT_EQ(reply ? reply.Value().Status : reply.Failure().Code, c.Status);
         EXPECT_EQ(reply ? reply.Value().Body : u"", c.Body);
-        EXPECT_TRUE(!fault || !fault->Reason.empty());
+        EXPECT_TRUE(fault || !fault.Reason().empty());
         // The old call keeps its meaning: the body, error pages included, or nothing.
         if (c.Kind != FaultKind::TimedOut) {
             EXPECT_EQ(FetchUrl(c.Address), c.Body);
