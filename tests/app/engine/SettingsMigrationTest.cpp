@@ -18,6 +18,40 @@ TEST(ConvertSubjects, RegroupsChoicesByLibraryCode) {
     EXPECT_EQ(ConvertSubjects(u"noequals"), u"");
 }
 
+// Each option's text form as written; a value of another type or outside the choices is not one.
+TEST(OptionStore, EachOptionHasOneTextFormAndRefusesWhatIsNotItsValue) {
+    using Written = std::vector<OptionSetting>;
+    const struct {
+        Option Which;
+        OptionValue Good;
+        Written Settings;
+        OptionValue Bad;
+    } cases[] = {
+        {Option::Code003, Code003::SeTesl, {{u"String003", u"SE-TESL"}}, static_cast<Code003>(2)},
+        {Option::Authorities, Placement::None, {{u"Authtype", u"none"}}, true},
+        {Option::Holdings, Placement::After, {{u"Holdtype", u"after"}}, static_cast<Placement>(3)},
+        {Option::Characters, Characters::Utf8Decomposed,
+         {{u"Charset", u"UTF-8"}, {u"Compose", u"compose"}}, Code003::Tessel},
+        {Option::Change035, true, {{u"Change035", u"Yes"}}, std::u16string(u"Yes")},
+        {Option::IsbnNoHyphens, false, {{u"ISBNDehyphenate", u"No"}}, Placement::After},
+        {Option::Subjects, std::u16string(u"Tes:sao"), {{u"Subjects", u"Tes:sao"}},
+         std::u16string()},
+        {Option::Libraries, std::u16string(), {{u"libraries", u""}}, false},
+        {Option::Destination, std::u16string(u"x.mrc"), {{u"Destination", u"x.mrc"}}, true},
+        {Option::OneAtATime, true, {{u"Clear", u"Yes"}}, Characters::Latin1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(static_cast<int>(c.Which));
+        const auto good = OptionSettings(c.Which, c.Good);
+        ASSERT_TRUE(good.Ok());
+        EXPECT_EQ(good.Value(), c.Settings);
+        EXPECT_EQ(OptionSettings(c.Which, c.Bad).Kind(), FaultKind::BadData);
+        ExportOptions options;
+        PutOption(options, c.Which, c.Bad);
+        EXPECT_EQ(options, ExportOptions()) << "a refused value changes nothing";
+    }
+}
+
 TEST(GetSelection, MapsStoredValuesToListIndexes) {
     const struct {
         std::u16string_view Kind;
