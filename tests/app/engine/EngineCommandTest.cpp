@@ -315,5 +315,36 @@ TEST_F(EngineCommandTest, ServerTestPinsAnHttpsExportServerWhoseExportsWaitUntil
     EXPECT_EQ(Run("server test http://127.0.0.1/").Status, 2) << "only https is verified";
 }
 
+// The checks of a server say why they could not check, with the usage's or the failure's exit
+// status; the FTP check needs a server, a protocol it knows and a server that answers.
+TEST_F(EngineCommandTest, ServerChecksSayWhyTheyCannotCheck) {
+    const std::string closed = "127.0.0.1:" + std::to_string(test::UnusedLoopbackPort());
+    const struct {
+        std::string Setting;  // set before the command ("" for none)
+        std::string Command;
+        int Status;
+        std::string Said;  // in what the command wrote to stderr
+    } cases[] = {
+        {"", "ftp", 2, "usage: ftp test [--trust]"},
+        {"", "ftp test --always", 2, "usage: ftp test [--trust]"},
+        {"", "ftp test", 1, "no FTP server is set"},
+        {"FTPServer " + closed, "ftp test", 1, "tesselex-cli: "},
+        {"FTPProtocol gopher", "ftp test", 2, "FTPProtocol: "},
+        {"", "server", 2, "usage: server test [--trust] [ADDRESS]"},
+        {"", "server test --trust --trust", 2, "usage: server test"},
+        {"", "server test http://" + closed + "/config", 2, "not an https address"},
+        {"", "server test https://" + closed + "/config", 1, "tesselex-cli: "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Command);
+        if (!c.Setting.empty()) {
+            ASSERT_EQ(Run("settings set " + c.Setting).Status, 0);
+        }
+        std::filesystem::remove(dir_ / "stderr.txt");
+        EXPECT_EQ(Run(c.Command).Status, c.Status);
+        EXPECT_NE(ReadBytes(dir_ / "stderr.txt").find(c.Said), std::string::npos);
+    }
+}
+
 }  // namespace
 }  // namespace tesselex
