@@ -248,4 +248,38 @@ std::u16string OneAtATimeLockedMessage() {
            u"skickas alltid en post i taget.";
 }
 
+std::u16string PolicyChoicesText(std::u16string_view choices) {
+    return u"tillåtna värden är " + std::u16string(choices);
+}
+
+std::u16string PolicyNoServerText() {
+    return u"ingen giltig server (värd eller värd:port, port 1–65535)";
+}
+
+std::u16string PolicyPersonalOnlyText() {
+    return u"den kan bara ställas in av var och en själv";
+}
+
+std::u16string PolicyNotUsedMessage(std::u16string_view name, std::u16string_view value,
+                                    std::u16string_view why) {
+    return u"Administratörens inställning " + std::u16string(name) + u" = \"" +
+           std::u16string(value) + u"\" används inte: " + std::u16string(why) +
+           u". Din egen inställning gäller.";
+}
+
+std::u16string PolicyUnknownMessage(std::u16string_view name, std::u16string_view source) {
+    return u"Administratörens inställning " + std::u16string(name) + u" i " +
+           std::u16string(source) + u" är okänd och används inte.";
+}
+
+std::u16string PolicyUnreadableMessage(std::u16string_view source) {
+    return u"Administratörens inställningar i " + std::u16string(source) +
+           u" kunde inte läsas. Dina egna inställningar gäller.";
+}
+
+std::u16string PolicyBadLineMessage(std::u16string_view line, std::u16string_view source) {
+    return u"Raden \"" + std::u16string(line) + u"\" i " + std::u16string(source) +
+           u" är ingen inställning (Namn=Värde) och används inte.";
+}
+
 }  // namespace tesselex

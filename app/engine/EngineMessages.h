@@ -78,4 +78,15 @@ std::u16string PlainPasswordMessage(std::u16string_view server);
 // Shown beside the one-at-a-time option while an FTP server is set.
 std::u16string OneAtATimeLockedMessage();
 
+// What the administrator's policy holds that the program cannot use (each a status line at
+// start-up); the *Text ones are the reasons inside PolicyNotUsedMessage.
+std::u16string PolicyChoicesText(std::u16string_view choices);
+std::u16string PolicyNoServerText();
+std::u16string PolicyPersonalOnlyText();
+std::u16string PolicyNotUsedMessage(std::u16string_view name, std::u16string_view value,
+                                    std::u16string_view why);
+std::u16string PolicyUnknownMessage(std::u16string_view name, std::u16string_view source);
+std::u16string PolicyUnreadableMessage(std::u16string_view source);
+std::u16string PolicyBadLineMessage(std::u16string_view line, std::u16string_view source);
+
 }  // namespace tesselex
