@@ -94,10 +94,11 @@ Outcome<std::u16string> ExportEngine::Save(const std::vector<std::u16string>& re
     const bool clear = job.Options.OneAtATime || !ftp_.Server.empty();
     const Outcome<PlannedSave> plan = exporter_.PlanSave(records, job.Options.Destination, clear);
     if (!plan) {
-        return plan.Failure();  // no destination is set: nothing was written to say so of
+        return plan.Failure();  // no destination is set: the fault goes into the report
     }
     const std::u16string& path = plan.Value().Path;
-    Done written = waiting != nullptr ? outbox_->NoteAppend(job.BibId, plan.Value().Append) : Done{};
+    Done written =
+        waiting != nullptr ? outbox_->NoteAppend(job.BibId, plan.Value().Append) : Done{};
     if (written) {
         written = exporter_.Save(plan.Value());
     }

@@ -34,13 +34,13 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
       exporter_([this](std::u16string_view address) { return FetchRecords(address); },
                 ClockOf(seams_), LoginOf(seams_)),
       mainConfig_(std::make_unique<CfgClass>(Messages())),
-      requestTable_(programFolder_,
-                    [this](std::u16string_view address) { return FetchText(address); },
-                    Messages(), [now = ClockOf(seams_)] { return SecondsOf(now()); }),
+      requestTable_(
+          programFolder_, [this](std::u16string_view address) { return FetchText(address); },
+          Messages(), [now = ClockOf(seams_)] { return SecondsOf(now()); }),
       watcher_([now = ClockOf(seams_)] { return SecondsOf(now()); }, seams_.RemoveFile),
-      outbox_(std::make_unique<OutboxRunner>(Outbox(programFolder_ / "Outbox"),
-                                             programFolder_ / "Outbox.lock",
-                                             [now = ClockOf(seams_)] { return SecondsOf(now()); })) {}
+      outbox_(std::make_unique<OutboxRunner>(
+          Outbox(programFolder_ / "Outbox"), programFolder_ / "Outbox.lock",
+          [now = ClockOf(seams_)] { return SecondsOf(now()); })) {}
 
 ExportEngine::~ExportEngine() = default;
 

@@ -64,8 +64,8 @@ CheckedReply CheckReply(const HttpReply& reply) {
     if (checked.Kept.empty()) {
         // An error page, or a reply with pieces but no usable record.
         const Done usable = reply.Usable();
-        checked.Usable = usable ? Done{Fault{FaultKind::BadData, u"no well-formed record", 0}}
-                                : usable;
+        checked.Usable =
+            usable ? Done{Fault{FaultKind::BadData, u"no well-formed record", 0}} : usable;
     }
     return checked;
 }
@@ -90,15 +90,15 @@ Outcome<PlannedSave> Exporter::PlanSave(const std::vector<std::u16string>& recor
     const std::filesystem::path file = TextToPath(plan.Path);
     std::error_code ec;
     const std::uintmax_t length = clear ? 0 : std::filesystem::file_size(file, ec);
-    plan.Append = PendingAppend{file, ec ? 0 : length, plan.Bytes.size(), ContentHash(plan.Bytes),
-                                clear};
+    plan.Append =
+        PendingAppend{file, ec ? 0 : length, plan.Bytes.size(), ContentHash(plan.Bytes), clear};
     return plan;
 }
 
 Done Exporter::Save(const PlannedSave& plan) const {
     // An outbox entry leaves once its records are on the disk, not in a cache.
     return plan.Append.Replaces ? ReplaceFile(plan.Append.File, plan.Bytes)
-                             : AppendDurably(plan.Append.File, plan.Bytes);
+                                : AppendDurably(plan.Append.File, plan.Bytes);
 }
 
 Outcome<UploadConnection> Exporter::Connect(const FtpSettings& ftp) const {

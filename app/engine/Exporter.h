@@ -25,8 +25,8 @@ struct FtpSettings {
     std::u16string Server;
     std::u16string User;
     std::u16string Password;
-    std::u16string Directory;  // trimmed when read from the settings
-    std::u16string Filename;   // pattern, as the destination
+    std::u16string Directory;   // trimmed when read from the settings
+    std::u16string Filename;    // pattern, as the destination
     std::u16string Protocol{};  // ftp (also when empty), ftps, ftps-implicit or sftp
     std::u16string Trust{};     // the trusted servers' fingerprints (config/Upload.h)
 };
@@ -72,8 +72,7 @@ class Exporter {
     // The records appended to the expanded destination, or replacing its contents when `clear`
     // is set. No destination set is a FileSystem fault.
     [[nodiscard]] Outcome<PlannedSave> PlanSave(const std::vector<std::u16string>& records,
-                                                std::u16string_view destination,
-                                                bool clear) const;
+                                                std::u16string_view destination, bool clear) const;
     // Writes the plan and flushes it to the disk; a failure leaves the file as it was.
     [[nodiscard]] Done Save(const PlannedSave& plan) const;
     // Logs in to the settings' server.

@@ -4,11 +4,11 @@
 #include <utility>
 #include <vector>
 
+#include "app/engine/DurableFile.h"
 #include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
 #include "app/engine/OptionStore.h"
 #include "app/engine/Settings.h"
-#include "app/engine/DurableFile.h"
 #include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"

@@ -107,9 +107,8 @@ Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, ExportReport*
     ExportReport done = RunExport(job, &waiting);
     Done outcome;
     if (!done.Delivered()) {
-        outcome = done.Failures.empty()
-                      ? Fault{FaultKind::BadData, u"nothing was delivered", 0}
-                      : done.Failures.back();
+        outcome = done.Failures.empty() ? Fault{FaultKind::BadData, u"nothing was delivered", 0}
+                                        : done.Failures.back();
     }
     if (report != nullptr) {
         *report = std::move(done);

@@ -58,8 +58,8 @@ std::vector<Fault> OutboxRunner::Resume() {
         return problems;
     }
     for (const std::filesystem::path& file : read.Value().Unreadable) {
-        problems.push_back(Fault{FaultKind::BadData,
-                                 u"the entry " + PathToText(file) + u" cannot be read", 0});
+        problems.push_back(
+            Fault{FaultKind::BadData, u"the entry " + PathToText(file) + u" cannot be read", 0});
     }
     entries_ = std::move(read.Value().Entries);
     for (OutboxEntry& entry : entries_) {
@@ -256,8 +256,9 @@ Done OutboxRunner::NoteSaved(std::u16string_view bibId) {
 }
 
 OutboxEntry* OutboxRunner::FindEntry(std::u16string_view bibId) {
-    const auto found = std::find_if(entries_.begin(), entries_.end(),
-                                    [bibId](const OutboxEntry& entry) { return entry.BibId == bibId; });
+    const auto found =
+        std::find_if(entries_.begin(), entries_.end(),
+                     [bibId](const OutboxEntry& entry) { return entry.BibId == bibId; });
     return found == entries_.end() ? nullptr : &*found;
 }
 
@@ -267,12 +268,12 @@ const OutboxEntry* OutboxRunner::Find(std::u16string_view bibId) const {
 
 bool ServerFault(const Fault& fault) {
     switch (fault.Kind) {
-    case FaultKind::HttpStatus:
-    case FaultKind::EmptyReply:
-    case FaultKind::BadData:
-        return false;  // the server answered, for this record
-    default:
-        return true;
+        case FaultKind::HttpStatus:
+        case FaultKind::EmptyReply:
+        case FaultKind::BadData:
+            return false;  // the server answered, for this record
+        default:
+            return true;
     }
 }
 

@@ -33,9 +33,9 @@ class OutboxRunner {
 
     // What Hold found.
     struct Holding {
-        bool Holder = false;      // this program reads, repairs and sends the outbox
-        long long Other = 0;      // else the process that does (0: unknown)
-        Done LockMade;            // a lock that cannot be made at all: this program sends unguarded
+        bool Holder = false;  // this program reads, repairs and sends the outbox
+        long long Other = 0;  // else the process that does (0: unknown)
+        Done LockMade;        // a lock that cannot be made at all: this program sends unguarded
         std::vector<Fault> Unreadable;  // what the first read could not read or repair
     };
     // Takes the outbox's lock (a file beside it) when this program does not hold it yet and

@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "app/engine/FileLock.h"
-#include "app/engine/WatchLock.h"
 #include "app/engine/QtText.h"
 #include "app/engine/SettingsFile.h"
+#include "app/engine/WatchLock.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 

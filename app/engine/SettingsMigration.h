@@ -33,12 +33,11 @@ class LibraryList {
 // codes with their choices).
 std::u16string ConvertSubjects(std::u16string_view text);
 
-
 // Copies one old key into a setting with the "0" -> "No", "1" -> "Yes" rule; other values as
 // they are. A key missing from the old file leaves the setting untouched. The fault when the
 // setting could not be written.
-[[nodiscard]] Done CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
-                 std::u16string_view oldKey);
+[[nodiscard]] Done CopySetting(Settings& settings, const CfgClass& oldConfig,
+                               std::u16string_view newKey, std::u16string_view oldKey);
 // The whole table of old keys, in its order. An Ämnesord value without "=" is already in the
 // new form (the old-style save writes it so) and is kept as it is. The first fault when a
 // setting could not be written (the others are still copied).

@@ -7,8 +7,8 @@
 
 #include "app/engine/DurableFile.h"
 #include "app/engine/EngineMessages.h"
-#include "app/engine/OptionStore.h"
 #include "app/engine/ExportEngine.h"
+#include "app/engine/OptionStore.h"
 #include "app/engine/Settings.h"
 #include "app/engine/SettingsMigration.h"
 #include "config/CfgClass.h"
@@ -147,8 +147,7 @@ void ExportEngine::UpdateOneAtATime(bool stored) {
     ExportOptions& options = state_.Options;
     options.OneAtATimeLocked = !ftp_.Server.empty();
     options.OneAtATime = options.OneAtATimeLocked || stored;
-    options.LockedReason =
-        options.OneAtATimeLocked ? OneAtATimeLockedMessage() : std::u16string();
+    options.LockedReason = options.OneAtATimeLocked ? OneAtATimeLockedMessage() : std::u16string();
 }
 
 }  // namespace tesselex
