@@ -64,34 +64,12 @@ std::u16string HttpsServerName(std::u16string_view address) {
 }
 
 std::u16string PinnedFingerprint(std::u16string_view store, std::u16string_view address) {
-    const std::u16string name = HttpsServerName(address);
-    for (const std::u16string& entry : Split(store, u";")) {
-        const std::u16string trimmed = Trim(entry);
-        const std::size_t blank = trimmed.find(u' ');
-        if (!name.empty() && blank != std::u16string::npos && trimmed.substr(0, blank) == name) {
-            return Trim(trimmed.substr(blank + 1));
-        }
-    }
-    return {};
+    return StoredFingerprint(store, HttpsServerName(address));
 }
 
 std::u16string WithPinnedFingerprint(std::u16string_view store, std::u16string_view address,
                                      std::u16string_view fingerprint) {
-    const std::u16string name = HttpsServerName(address);
-    if (name.empty()) {
-        return std::u16string(store);
-    }
-    std::vector<std::u16string> kept;
-    for (const std::u16string& entry : Split(store, u";")) {
-        const std::u16string trimmed = Trim(entry);
-        if (!trimmed.empty() && !trimmed.starts_with(name + u" ")) {
-            kept.push_back(trimmed);
-        }
-    }
-    if (!Trim(fingerprint).empty()) {
-        kept.push_back(name + u" " + Trim(fingerprint));
-    }
-    return Join(kept, u"; ");
+    return WithStoredFingerprint(store, HttpsServerName(address), fingerprint);
 }
 
 Outcome<HttpsCheck> CheckHttpsServer(std::u16string_view address, const ServerTrust& trust,
