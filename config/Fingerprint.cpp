@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <vector>
+
+#include "config/Strings.h"
 
 namespace tesselex {
 namespace {
@@ -213,14 +216,17 @@ std::optional<CertificateFingerprints> FingerprintsOfPem(std::string_view pem) {
     }
     const std::optional<std::string> der =
         FromBase64(pem.substr(begin + kBegin.size(), end - begin - kBegin.size()));
-    const std::optional<std::string_view> key =
-        der ? PublicKeyInfo(*der) : std::optional<std::string_view>();
+    return der ? FingerprintsOfDer(*der) : std::nullopt;
+}
+
+std::optional<CertificateFingerprints> FingerprintsOfDer(std::string_view der) {
+    const std::optional<std::string_view> key = PublicKeyInfo(der);
     if (!key) {
         return std::nullopt;
     }
     CertificateFingerprints out{"sha256//" + Base64(Bytes(Sha256(*key))), {}};
     constexpr char kHex[] = "0123456789ABCDEF";
-    for (const std::uint8_t byte : Sha256(*der)) {
+    for (const std::uint8_t byte : Sha256(der)) {
         if (!out.Certificate.empty()) {
             out.Certificate += ':';
         }
@@ -228,6 +234,33 @@ std::optional<CertificateFingerprints> FingerprintsOfPem(std::string_view pem) {
         out.Certificate += kHex[byte & 0xf];
     }
     return out;
+}
+
+std::u16string StoredFingerprint(std::u16string_view store, std::u16string_view name) {
+    for (const std::u16string& entry : Split(store, u";")) {
+        const std::u16string trimmed = Trim(entry);
+        const std::size_t blank = trimmed.find(u' ');
+        if (!name.empty() && blank != std::u16string::npos && trimmed.substr(0, blank) == name) {
+            return Trim(trimmed.substr(blank + 1));
+        }
+    }
+    return {};
+}
+
+std::u16string WithStoredFingerprint(std::u16string_view store, std::u16string_view name,
+                                     std::u16string_view fingerprint) {
+    const std::u16string prefix = std::u16string(name) + u" ";
+    std::vector<std::u16string> kept;
+    for (const std::u16string& entry : Split(store, u";")) {
+        const std::u16string trimmed = Trim(entry);
+        if (!trimmed.empty() && (name.empty() || !trimmed.starts_with(prefix))) {
+            kept.push_back(trimmed);
+        }
+    }
+    if (!name.empty() && !Trim(fingerprint).empty()) {
+        kept.push_back(prefix + Trim(fingerprint));
+    }
+    return Join(kept, u"; ");
 }
 
 }  // namespace tesselex

@@ -162,12 +162,13 @@ int SettingsCommand(const std::vector<std::string>& args) {
                          "FTPPassword instead\n";
             return 2;
         }
-        bool written = true;
+        Done written;
         if (*key == SettingKey::FTPPassword) {
             // Into the credential store; into the settings file where none answers.
             const Outcome<PasswordKept> kept = StoreFtpPassword(settings, Utf8ToText(args[2]));
-            written = kept.Ok();
-            if (kept && kept.Value().StoreFault) {
+            if (!kept) {
+                written = kept.Failure();
+            } else if (kept.Value().StoreFault) {
                 const std::string why = TextToUtf8(kept.Value().StoreFault->Reason);
                 if (kept.Value().Place == PasswordPlace::SettingsFile) {
                     std::cerr << "tesselex-cli: no credential store could be used (" << why
@@ -268,6 +269,10 @@ void PrintEngineHelp(std::ostream& out) {
            "                         server's certificate or host-key fingerprint and whether\n"
            "                         it is trusted, then (trusted only) log in and list\n"
            "                         FTPDirectory; --trust first stores the fingerprint seen\n"
+           "  server test [--trust] [ADDRESS]\n"
+           "                         connect to the https export server in force (or ADDRESS):\n"
+           "                         its key's fingerprint and whether a fetch trusts it;\n"
+           "                         --trust pins the key seen (in FTPTrust as https://HOST:PORT)\n"
            "\n"
            "Settings keys:\n";
     for (const SettingKeyInfo& info : SettingKeys()) {

@@ -8,9 +8,12 @@
 namespace tesselex {
 namespace {
 
-Fault NotWritten(const Settings& settings) {
-    return Fault{FaultKind::FileSystem,
-                 u"the settings could not be written to " + settings.FileName(), 0};
+// The settings' own fault, with the file it was meant for.
+Fault NotWritten(const Settings& settings, const Fault& why) {
+    return Fault{
+        FaultKind::FileSystem,
+        u"the settings could not be written to " + settings.FileName() + u": " + why.Reason,
+        why.Code};
 }
 
 // Writes the store's copy and reads it back: only a password the store gives back is kept there.
@@ -83,9 +86,12 @@ Outcome<PasswordKept> StoreFtpPassword(Settings& settings, std::u16string_view p
     PasswordKept kept;
     if (password.empty()) {
         // The record goes first: a password the settings still hold stays the one in force.
-        if (!settings.RemoveSetting(SettingKey::FTPPasswordStore) ||
-            !settings.RemoveSetting(SettingKey::FTPPassword)) {
-            return NotWritten(settings);
+        Done cleared = settings.RemoveSetting(SettingKey::FTPPasswordStore);
+        if (cleared) {
+            cleared = settings.RemoveSetting(SettingKey::FTPPassword);
+        }
+        if (!cleared) {
+            return NotWritten(settings, cleared.Failure());
         }
         if (Done removed = recorded.empty() ? Done() : store.Remove(recorded); !removed) {
             kept.StoreFault = removed.Failure();
@@ -96,16 +102,20 @@ Outcome<PasswordKept> StoreFtpPassword(Settings& settings, std::u16string_view p
     if (Done inStore = KeptInStore(store, name, password); !inStore) {
         // The settings keep it, as before. The record stays: the next start moves the password
         // into the store and removes the older copy it names.
-        if (settings.Setting(SettingKey::FTPPassword) != password &&
-            !settings.StoreSetting(SettingKey::FTPPassword, password)) {
-            return NotWritten(settings);
+        if (settings.Setting(SettingKey::FTPPassword) != password) {
+            if (Done written = settings.StoreSetting(SettingKey::FTPPassword, password); !written) {
+                return NotWritten(settings, written.Failure());
+            }
         }
         return PasswordKept{PasswordPlace::SettingsFile, inStore.Failure()};
     }
     // Recorded before the settings' copy goes, which stays the one in force until then.
-    if (!settings.StoreSetting(SettingKey::FTPPasswordStore, name) ||
-        !settings.RemoveSetting(SettingKey::FTPPassword)) {
-        return NotWritten(settings);
+    Done moved = settings.StoreSetting(SettingKey::FTPPasswordStore, name);
+    if (moved) {
+        moved = settings.RemoveSetting(SettingKey::FTPPassword);
+    }
+    if (!moved) {
+        return NotWritten(settings, moved.Failure());
     }
     kept.Place = PasswordPlace::CredentialStore;
     // The credential names ignore case on Windows: the same name differently written is the one

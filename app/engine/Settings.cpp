@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "app/engine/FileLock.h"
-#include "app/engine/WatchLock.h"
 #include "app/engine/QtText.h"
 #include "app/engine/SettingsFile.h"
+#include "app/engine/WatchLock.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 
@@ -100,23 +100,23 @@ std::u16string Settings::Setting(SettingKey key) const {
     return Setting(SettingName(key));
 }
 
-bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) {
+Done Settings::StoreSetting(std::u16string_view key, std::u16string_view value) {
     if (const auto known = FindSettingKey(key); known && IsLocked(*known)) {
-        return true;
+        return {};
     }
     return WriteFile(key, value);
 }
 
-bool Settings::RemoveSetting(SettingKey key) {
+Done Settings::RemoveSetting(SettingKey key) {
     const std::u16string_view name = SettingName(key);
     store_->sync();
     if (!store_->contains(FullKey(StoredKey(*store_, name)))) {
-        return true;
+        return {};
     }
     return WriteFile(name, std::nullopt);
 }
 
-bool Settings::WriteFile(std::u16string_view key, const std::optional<std::u16string_view>& value) {
+Done Settings::WriteFile(std::u16string_view key, const std::optional<std::u16string_view>& value) {
     if (file_.empty()) {
         // The registry writes each value whole.
         const QString full = FullKey(StoredKey(*store_, key));
@@ -126,7 +126,12 @@ bool Settings::WriteFile(std::u16string_view key, const std::optional<std::u16st
             store_->remove(full);
         }
         store_->sync();
-        return store_->status() == QSettings::NoError;
+        if (store_->status() != QSettings::NoError) {
+            return Fault{FaultKind::FileSystem,
+                         value ? u"the registry refused the value" : u"the registry kept the value",
+                         0};
+        }
+        return {};
     }
     // The file is written whole by WriteSettingsFile; store_ only reads it and so never writes
     // it itself (and so never takes QSettings' own lock). This lock keeps another program from
@@ -137,7 +142,7 @@ bool Settings::WriteFile(std::u16string_view key, const std::optional<std::u16st
     const Outcome<FileLock> lock =
         FileLock::Take(RuntimeLockPath("settings", file_), std::chrono::seconds(10));
     if (!lock) {
-        return false;
+        return lock.Failure();
     }
     store_->sync();  // what another program stored meanwhile
     const QString full = FullKey(StoredKey(*store_, key));
@@ -154,12 +159,12 @@ bool Settings::WriteFile(std::u16string_view key, const std::optional<std::u16st
     if (!replaced && value) {
         values.emplace_back(full, ToQString(*value));
     }
-    const bool written = WriteSettingsFile(file_, values);
+    Done written = WriteSettingsFile(file_, values);
     store_->sync();
     return written;
 }
 
-bool Settings::StoreSetting(SettingKey key, std::u16string_view value) {
+Done Settings::StoreSetting(SettingKey key, std::u16string_view value) {
     return StoreSetting(SettingName(key), value);
 }
 

@@ -17,6 +17,7 @@
 #include "app/engine/CredentialStore.h"
 #include "app/engine/Policy.h"
 #include "app/engine/SettingKeys.h"
+#include "config/Outcome.h"
 
 class QSettings;
 
@@ -45,15 +46,15 @@ class Settings {
     // Where the FTP password is kept when the settings do not hold it.
     CredentialStore& Credentials() const { return *credentials_; }
 
-    // Stores and writes the settings at once. False when they could not be written: the
+    // Stores and writes the settings at once; the fault when they could not be written: the
     // settings file is replaced whole only once the new one is complete, so it keeps its old
     // content. A locked setting is not written: the administrator's value stands, and the user's
-    // own value is kept for when the policy goes (true is answered, nothing failed).
-    bool StoreSetting(std::u16string_view key, std::u16string_view value);
-    bool StoreSetting(SettingKey key, std::u16string_view value);
+    // own value is kept for when the policy goes (nothing failed).
+    [[nodiscard]] Done StoreSetting(std::u16string_view key, std::u16string_view value);
+    [[nodiscard]] Done StoreSetting(SettingKey key, std::u16string_view value);
     // Removes the user's own value (the registry value, the file's line) and writes the
-    // settings at once, as StoreSetting does; a key not stored changes nothing.
-    bool RemoveSetting(SettingKey key);
+    // settings at once, as StoreSetting does, with its faults; a key not stored changes nothing.
+    [[nodiscard]] Done RemoveSetting(SettingKey key);
     // Where the settings are written.
     std::u16string FileName() const;
 
@@ -62,7 +63,8 @@ class Settings {
 
   private:
     // Writes the settings file with the key's value replaced, added or (no value) removed.
-    bool WriteFile(std::u16string_view key, const std::optional<std::u16string_view>& value);
+    [[nodiscard]] Done WriteFile(std::u16string_view key,
+                                 const std::optional<std::u16string_view>& value);
 
     std::unique_ptr<QSettings> store_;
     std::filesystem::path file_;  // empty when the store is not a file (the registry)

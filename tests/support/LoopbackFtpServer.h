@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "config/Upload.h"
+#include "tests/support/LoopbackScript.h"
 #include "tests/support/TempDir.h"
 
 namespace tesselex::test {
@@ -61,14 +62,13 @@ class LoopbackFtpServer {
     std::string Script() const;
     std::vector<std::string> Options() const;
 
-    struct Process;  // the running server, one kind per platform
     std::string user_;
     std::string password_;
     UploadProtocol protocol_;
     std::string certificate_;
     std::string hostKey_;
     TempDir root_;
-    std::unique_ptr<Process> process_;
+    std::unique_ptr<LoopbackScript> script_;  // the running server
     int port_ = 0;
 };
 

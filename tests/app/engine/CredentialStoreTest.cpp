@@ -126,8 +126,9 @@ TEST_F(CredentialStoreCliTest, TheCliKeepsThePasswordInTheKeyringAndMovesAnOldOn
     EXPECT_EQ(keyring->Read(u"TESSELEX:ftp://anna@ftp.example").Value(), u"hemligt åäö");
 
     // An older version's settings file holds a password in plain text: the next start moves it.
-    Settings(dir_ / "config" / "TESSELEX" / "TESSELEX.conf")
-        .StoreSetting(SettingKey::FTPPassword, u"gammalt");
+    ASSERT_TRUE(Settings(dir_ / "config" / "TESSELEX" / "TESSELEX.conf")
+                    .StoreSetting(SettingKey::FTPPassword, u"gammalt")
+                    .Ok());
     EXPECT_NE(Run("settings list").Out.find("\nFTPPassword=******** (settings file)\n"),
               std::string::npos);
     EXPECT_EQ(Run("request 1").Status, 0);

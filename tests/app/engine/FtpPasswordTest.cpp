@@ -91,9 +91,9 @@ class FtpPasswordTest : public test::EngineFixture {
 
 TEST_F(FtpPasswordTest, AnOldPasswordLeavesTheSettingsOnlyOnceTheStoreGivesItBack) {
     // As an older version kept it: in the settings file.
-    settings_->StoreSetting(SettingKey::FTPServer, u"ftp.example:2121");
-    settings_->StoreSetting(SettingKey::FTPUser, u"anna");
-    settings_->StoreSetting(SettingKey::FTPPassword, u"hemligt");
+    ASSERT_TRUE(settings_->StoreSetting(SettingKey::FTPServer, u"ftp.example:2121").Ok());
+    ASSERT_TRUE(settings_->StoreSetting(SettingKey::FTPUser, u"anna").Ok());
+    ASSERT_TRUE(settings_->StoreSetting(SettingKey::FTPPassword, u"hemligt").Ok());
     const std::u16string name = u"TESSELEX:ftp://anna@ftp.example:2121";
 
     // The store takes the password but does not give it back: the settings keep it.
@@ -115,7 +115,8 @@ TEST_F(FtpPasswordTest, AnOldPasswordLeavesTheSettingsOnlyOnceTheStoreGivesItBac
     EXPECT_EQ(Errors(), 0U);
 
     // Where no store answers, the settings keep it as before, and each start says so once.
-    settings_->StoreSetting(SettingKey::FTPPassword, u"nytt");  // by hand, or an older version
+    // By hand, or an older version.
+    ASSERT_TRUE(settings_->StoreSetting(SettingKey::FTPPassword, u"nytt").Ok());
     store_->Down = true;
     lines_.clear();
     StartUp();
@@ -132,9 +133,9 @@ TEST_F(FtpPasswordTest, AnOldPasswordLeavesTheSettingsOnlyOnceTheStoreGivesItBac
 
 TEST_F(FtpPasswordTest, AnUploadTakesThePasswordFromTheStoreAndAsksAgainWhileItDoesNotAnswer) {
     const test::LoopbackFtpServer ftp("tester", "Pw-7qZx3-hemlis");
-    settings_->StoreSetting(SettingKey::FTPServer, ftp.ServerText());
-    settings_->StoreSetting(SettingKey::FTPUser, ftp.UserText());
-    settings_->StoreSetting(SettingKey::FTPFilename, u"export.mrc");
+    ASSERT_TRUE(settings_->StoreSetting(SettingKey::FTPServer, ftp.ServerText()).Ok());
+    ASSERT_TRUE(settings_->StoreSetting(SettingKey::FTPUser, ftp.UserText()).Ok());
+    ASSERT_TRUE(settings_->StoreSetting(SettingKey::FTPFilename, u"export.mrc").Ok());
     const Outcome<PasswordKept> kept = StoreFtpPassword(*settings_, ftp.PasswordText());
     ASSERT_TRUE(kept.Ok());
     EXPECT_EQ(kept.Value().Place, PasswordPlace::CredentialStore);
@@ -167,6 +168,14 @@ TEST_F(FtpPasswordTest, AnUploadTakesThePasswordFromTheStoreAndAsksAgainWhileItD
     ASSERT_TRUE(left.Ok());
     EXPECT_EQ(left.Value(), 0U);
     EXPECT_EQ(ReadBytes(ftp.Root() / "export.mrc"), SampleReply());
+
+    // The password removed from the store by hand: no try cures that, so the export waits for
+    // the cataloguer as after a refused log-in.
+    store_->Kept.clear();
+    EXPECT_EQ(engine.Export(u"12515882").Upload->Failure().Kind, FaultKind::Refused);
+    ASSERT_EQ(waiting_.size(), 1U);
+    EXPECT_TRUE(waiting_[0].Failed);
+    EXPECT_EQ(Shown(WaitsForRetryMessage(u"12515882")), 1U);
 }
 
 TEST_F(FtpPasswordTest, TheDialogsPasswordGoesWhereItIsKept) {

@@ -1,9 +1,8 @@
-// Starts the loopback FTP server from a Windows test process under Wine, which runs the Linux
-// Python when asked for a Unix program (there is no Windows Python on the machines that test).
-// Wine hands such a program no process handle, and a Windows pipe has no Unix end it could use;
-// a loopback socket has one. One end of a connected pair becomes the server's standard input and
-// output: its first line is the port, and shutting down this end ends it. A test process that
-// dies closes the socket too.
+// Starts a test script from a Windows test process under Wine (LoopbackScript.h): Wine runs the
+// Linux Python when asked for a Unix program, hands it no process handle, and a Windows pipe has
+// no Unix end it could use; a loopback socket has one. One end of a connected pair becomes the
+// script's standard input and output: its first line comes on it, and shutting down this end ends
+// the script. A test process that dies closes the socket too.
 
 #include <winsock2.h>
 
@@ -11,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/support/LoopbackFtpServer.h"
+#include "tests/support/LoopbackScript.h"
 
 namespace tesselex::test {
 namespace {
@@ -23,11 +22,11 @@ std::basic_string<To> WineName(const char* convert, const std::basic_string<From
     using Convert = To* (*)(const From*);
     const auto address = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), convert);
     if (address == nullptr) {
-        throw std::runtime_error("loopback FTP server: needs Wine to run the system's Python");
+        throw std::runtime_error("loopback script: needs Wine to run the system's Python");
     }
     To* converted = reinterpret_cast<Convert>(reinterpret_cast<void*>(address))(name.c_str());
     if (converted == nullptr) {
-        throw std::runtime_error(std::string("loopback FTP server: ") + convert + " failed");
+        throw std::runtime_error(std::string("loopback script: ") + convert + " failed");
     }
     std::basic_string<To> result(converted);
     HeapFree(GetProcessHeap(), 0, converted);
@@ -38,7 +37,7 @@ std::basic_string<To> WineName(const char* convert, const std::basic_string<From
 // password) hold no quote, so the Windows rules for splitting it again need no escapes.
 std::wstring Quoted(std::string_view argument) {
     if (argument.find('"') != std::string_view::npos) {
-        throw std::runtime_error("loopback FTP server: a quote in an argument");
+        throw std::runtime_error("loopback script: a quote in an argument");
     }
     return L"\"" + std::wstring(argument.begin(), argument.end()) + L"\"";
 }
@@ -91,37 +90,25 @@ std::string ReadLine(SOCKET socket, int timeoutMs) {
 
 }  // namespace
 
-struct LoopbackFtpServer::Process {
-    SOCKET control = INVALID_SOCKET;  // this end of the server's standard input and output
+struct LoopbackScript::Process {
+    SOCKET control = INVALID_SOCKET;  // this end of the script's standard input and output
 };
 
-LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
-                                     UploadProtocol protocol,
-                                     const std::filesystem::path& certificate)
-    : user_(std::move(user)),
-      password_(std::move(password)),
-      protocol_(protocol),
-      certificate_(certificate.string()),
-      process_(std::make_unique<Process>()) {
+LoopbackScript::LoopbackScript(const std::string& script, const std::vector<std::string>& arguments)
+    : process_(std::make_unique<Process>()) {
     WSADATA data;
     if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
-        throw std::runtime_error("loopback FTP server: no sockets");
+        throw std::runtime_error("loopback script: no sockets");
     }
     SOCKET pair[2];
     if (!SocketPair(pair)) {
         WSACleanup();
-        throw std::runtime_error("loopback FTP server: no socket pair");
+        throw std::runtime_error("loopback script: no socket pair");
     }
     process_->control = pair[0];
     const std::string python = TESSELEX_PYTHON;
-    std::string firstLine;
     try {
-        std::wstring commandLine = Quoted(python);
-        std::vector<std::string> arguments = {
-            Script(), user_, password_, WineName<char>("wine_get_unix_file_name", Root().native())};
-        for (const std::string& option : Options()) {
-            arguments.push_back(option);
-        }
+        std::wstring commandLine = Quoted(python) + L" " + Quoted(script);
         for (const std::string& argument : arguments) {
             commandLine += L" " + Quoted(argument);
         }
@@ -145,25 +132,25 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
             if (started.hThread != nullptr) {
                 CloseHandle(started.hThread);
             }
-            firstLine = ReadLine(process_->control, 30000);
+            firstLine_ = ReadLine(process_->control, 30000);
         }
     } catch (const std::exception&) {
         closesocket(pair[1]);
         Stop();
         throw;
     }
-    TakePort(firstLine);
+    TakeFirstLine(script);
 }
 
-LoopbackFtpServer::~LoopbackFtpServer() {
+LoopbackScript::~LoopbackScript() {
     Stop();
 }
 
-void LoopbackFtpServer::Stop() {
+void LoopbackScript::Stop() {
     if (process_->control == INVALID_SOCKET) {
         return;
     }
-    // The server closes every connection on the end of its input, then exits: the end of its
+    // The script closes every connection on the end of its input, then exits: the end of its
     // output says it has gone.
     shutdown(process_->control, SD_SEND);
     while (!ReadLine(process_->control, 10000).empty()) {
@@ -171,6 +158,10 @@ void LoopbackFtpServer::Stop() {
     closesocket(process_->control);
     process_->control = INVALID_SOCKET;
     WSACleanup();
+}
+
+std::string LoopbackScript::ScriptPath(const std::filesystem::path& path) {
+    return WineName<char>("wine_get_unix_file_name", path.native());
 }
 
 }  // namespace tesselex::test
