@@ -3,6 +3,8 @@
 #include "app/engine/ExportEngine.h"
 #include "app/engine/DurableFile.h"
 #include "app/engine/EngineMessages.h"
+#include "app/engine/FtpPassword.h"
+#include "app/engine/Settings.h"
 #include "config/CodePage.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -36,6 +38,10 @@ void ExportEngine::SaveOldSettings() {
     const std::filesystem::path config = ProgramFile(u"Config.TXT");
     const std::filesystem::path backup = ProgramFile(u"Config.BAK");
     const ExportOptions& options = state_.Options;
+    // A password the credential store keeps is not copied out of it in plain text; the
+    // start-up that follows leaves it there (docs/behaviour.md).
+    const std::u16string password =
+        WhereFtpPasswordIs(settings_) == PasswordPlace::CredentialStore ? u"" : ftp_.Password;
     const std::vector<std::u16string> lines = {
         u"Sigler=" + options.Libraries,
         u"Ämnesord=" + options.Subjects,
@@ -54,7 +60,7 @@ void ExportEngine::SaveOldSettings() {
         u"[FTP]",
         u"Server=" + ftp_.Server,
         u"Användare=" + ftp_.User,
-        u"Lösenord=" + ftp_.Password,
+        u"Lösenord=" + password,
         u"Katalog=" + ftp_.Directory,
         u"Fil=" + ftp_.Filename,
     };

@@ -1,8 +1,9 @@
 // Where the FTP password is kept (app/engine/FtpPassword.h), through the engine as the window
 // and tesselex-cli use it, with a credential store in memory that can be made to fail: an old
-// password moves out of the settings only once the store gives it back, an upload takes it from
-// the store (asking again while the store does not answer), the FTP dialog's password goes where
-// it is kept, and where no store answers the settings keep it and a status line says so.
+// password moves out of the settings only once the store gives it back (and the old-style
+// Config.TXT save does not copy it out again), an upload takes it from the store (asking again
+// while the store does not answer), the FTP dialog's password goes where it is kept, and where
+// no store answers the settings keep it and a status line says so.
 
 #include "app/engine/FtpPassword.h"
 
@@ -113,6 +114,13 @@ TEST_F(FtpPasswordTest, AnOldPasswordLeavesTheSettingsOnlyOnceTheStoreGivesItBac
     EXPECT_EQ(store_->Kept, (std::map<std::u16string, std::u16string>{{name, u"hemligt"}}));
     EXPECT_EQ(engine_->Ftp().Password, u"hemligt");
     EXPECT_EQ(Errors(), 0U);
+    // The old-style save leaves out the password the store keeps; the start-up that follows
+    // copies the file back (it becomes config_old.TXT) and leaves the password where it is.
+    engine_->SaveOldSettings();
+    EXPECT_NE(ReadBytes(home_ / "config_old.TXT").find("\r\nL\xF6senord=\r\nKatalog="),
+              std::string::npos);
+    EXPECT_EQ(ReadFtpPassword(*settings_).Value(), u"hemligt");
+    EXPECT_EQ(WhereFtpPasswordIs(*settings_), PasswordPlace::CredentialStore);
 
     // Where no store answers, the settings keep it as before, and each start says so once.
     // By hand, or an older version.
@@ -124,6 +132,11 @@ TEST_F(FtpPasswordTest, AnOldPasswordLeavesTheSettingsOnlyOnceTheStoreGivesItBac
     EXPECT_EQ(engine_->Ftp().Password, u"nytt") << "the settings' own password is the one in force";
     EXPECT_EQ(Shown(NoStoreLine()), 1U);
     EXPECT_EQ(Errors(), 0U) << "the program works as before";
+    // The settings hold it in plain text: so does the old-style save, as before.
+    std::filesystem::remove(home_ / "config_old.TXT");
+    engine_->SaveOldSettings();
+    EXPECT_NE(ReadBytes(home_ / "config_old.TXT").find("\r\nL\xF6senord=nytt\r\n"),
+              std::string::npos);
     // Once the store answers again, the newer password replaces the older one in it.
     store_->Down = false;
     StartUp();
