@@ -213,14 +213,20 @@ std::optional<CertificateFingerprints> FingerprintsOfPem(std::string_view pem) {
     }
     const std::optional<std::string> der =
         FromBase64(pem.substr(begin + kBegin.size(), end - begin - kBegin.size()));
-    const std::optional<std::string_view> key =
-        der ? PublicKeyInfo(*der) : std::optional<std::string_view>();
+    if (!der) {
+        return std::nullopt;
+    }
+    return FingerprintsOfDer(*der);
+}
+
+std::optional<CertificateFingerprints> FingerprintsOfDer(std::string_view der) {
+    const std::optional<std::string_view> key = PublicKeyInfo(der);
     if (!key) {
         return std::nullopt;
     }
     CertificateFingerprints out{"sha256//" + Base64(Bytes(Sha256(*key))), {}};
     constexpr char kHex[] = "0123456789ABCDEF";
-    for (const std::uint8_t byte : Sha256(*der)) {
+    for (const std::uint8_t byte : Sha256(der)) {
         if (!out.Certificate.empty()) {
             out.Certificate += ':';
         }

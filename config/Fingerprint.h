@@ -28,5 +28,7 @@ struct CertificateFingerprints {
 // The fingerprints of the first certificate of a PEM text; nothing when it holds no certificate
 // whose public key can be found.
 std::optional<CertificateFingerprints> FingerprintsOfPem(std::string_view pem);
+// The same of one DER-encoded certificate.
+std::optional<CertificateFingerprints> FingerprintsOfDer(std::string_view der);
 
 }  // namespace tesselex

@@ -33,6 +33,7 @@ std::vector<std::string> LoopbackFtpServer::Options() const {
     if (!certificate_.empty()) {
         options.push_back(certificate_);
     }
+    options.insert(options.end(), options_.begin(), options_.end());
     return options;
 }
 

@@ -42,11 +42,13 @@ struct LoopbackFtpServer::Process {
 
 LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
                                      UploadProtocol protocol,
-                                     const std::filesystem::path& certificate)
+                                     const std::filesystem::path& certificate,
+                                     std::vector<std::string> options)
     : user_(std::move(user)),
       password_(std::move(password)),
       protocol_(protocol),
       certificate_(certificate.string()),
+      options_(std::move(options)),
       process_(std::make_unique<Process>()) {
     int output[2];
     int input[2];
