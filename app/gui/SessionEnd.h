@@ -1,10 +1,11 @@
 #pragma once
 // The end of the desktop session (log-off, shut-down) ends the window program as "Avsluta" does:
 // an export under way is finished first. Windows tells the program's top-level windows with
-// WM_ENDSESSION and may end the process as soon as that is answered, so there the answer waits
-// until the program has ended (or kSessionEndWait has passed: the export then waits in the
-// outbox for the next start). Elsewhere the session manager's last word is the application's
-// Quit event; a session that ends its programs by signal reaches StopSignals instead.
+// WM_ENDSESSION and ends the process as soon as that is answered, so there the process ends
+// before the answer, once the program has ended (unless kSessionEndWait has passed first: the
+// answer is given then, and the export waits in the outbox for the next start). Elsewhere the
+// session manager's last word is the application's Quit event; a session that ends its programs
+// by signal reaches StopSignals instead.
 
 #include <QObject>
 #include <chrono>
