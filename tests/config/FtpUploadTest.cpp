@@ -42,12 +42,8 @@ bool UnderWine() {
 #endif
 }
 
-bool Secure(UploadProtocol protocol) {
-    return protocol != UploadProtocol::Ftp;
-}
-
 bool Tls(UploadProtocol protocol) {
-    return Secure(protocol) && protocol != UploadProtocol::Sftp;
+    return protocol == UploadProtocol::Ftps || protocol == UploadProtocol::FtpsImplicit;
 }
 
 // Wine's Schannel does not report the close_notify alert that ends a download over TLS, so
@@ -59,33 +55,47 @@ constexpr char kTlsListingUnderWine[] =
     "under Wine, Schannel does not report the TLS close_notify that ends a download, so an "
     "FTPS listing fails there; the listing is checked on Linux, the rest of the test ran";
 
-// The server by the name its certificate carries: Schannel verifies a name against the
-// certificate's DNS names only, not against an address.
-std::u16string ByName(const test::LoopbackFtpServer& server) {
-    return u"localhost:" + FromAscii(std::to_string(server.Port()));
-}
-
 // One set of certificates for the whole program: openssl is slow to make keys.
 const test::TestCertificates& Certificates() {
     static const auto certificates = std::make_unique<test::TestCertificates>();
     return *certificates;
 }
 
-std::unique_ptr<test::LoopbackFtpServer> StartServer(UploadProtocol protocol,
-                                                     std::filesystem::path certificate = {}) {
-    if (protocol != UploadProtocol::Ftp && protocol != UploadProtocol::Sftp &&
-        certificate.empty()) {
-        certificate = Certificates().Signed();
-    }
-    return std::make_unique<test::LoopbackFtpServer>("tester", "secret", protocol, certificate);
+// A TLS server's user, trusting its CA file. The server goes by the name its certificate carries:
+// Schannel verifies a name against the certificate's DNS names only, not against an address.
+UploadTarget TlsTarget(const test::LoopbackFtpServer& server) {
+    UploadTarget target = server.Target();
+    target.Server = u"localhost:" + FromAscii(std::to_string(server.Port()));
+    target.CaFile = Certificates().Authority();
+    return target;
 }
 
-UploadFault FaultOf(const Done& done) {
-    return done ? UploadFault{} : UploadFaultOf(done.Failure());
+// A TLS server shows the signed certificate unless another is given.
+std::unique_ptr<test::LoopbackFtpServer> StartServer(UploadProtocol protocol,
+                                                     std::vector<std::string> options = {},
+                                                     std::filesystem::path certificate = {}) {
+    if (Tls(protocol) && certificate.empty()) {
+        certificate = Certificates().Signed();
+    }
+    return std::make_unique<test::LoopbackFtpServer>("tester", "secret", protocol, certificate,
+                                                     std::move(options));
 }
+
 template <typename T>
 UploadFault FaultOf(const Outcome<T>& outcome) {
     return outcome ? UploadFault{} : UploadFaultOf(outcome.Failure());
+}
+
+// The folder lists `expected`; the test is skipped where the protocol cannot list
+// (TlsListingFails), so call this last.
+void ExpectListing(UploadConnection& connection, UploadProtocol protocol,
+                   std::u16string_view folder, const std::vector<std::u16string>& expected) {
+    if (TlsListingFails(protocol)) {
+        GTEST_SKIP() << kTlsListingUnderWine;
+    }
+    const auto listing = connection.List(folder);
+    ASSERT_TRUE(listing) << TextToUtf8(listing.Reason());
+    EXPECT_EQ(listing.Value(), expected);
 }
 
 class Upload : public ::testing::TestWithParam<UploadProtocol> {
@@ -94,19 +104,12 @@ class Upload : public ::testing::TestWithParam<UploadProtocol> {
         server_ = StartServer(GetParam());
         WriteBytes(local_ / "x.mrc", "data");
     }
-    // The server's text: TLS servers by name, verified against their CA file.
-    std::u16string ServerText() const {
-        return Tls(GetParam()) ? ByName(*server_) : server_->ServerText();
-    }
     // The server's user, trusting the server: its CA file, or its host key.
     UploadTarget Target(std::u16string user = u"tester") const {
-        UploadTarget target = server_->Target();
-        target.Server = ServerText();
+        UploadTarget target = Tls(GetParam()) ? TlsTarget(*server_) : server_->Target();
         target.User = std::move(user);
         if (GetParam() == UploadProtocol::Sftp) {
             target.Trusted = FromAscii(server_->HostKey());
-        } else if (Tls(GetParam())) {
-            target.CaFile = Certificates().Authority();
         }
         return target;
     }
@@ -134,10 +137,9 @@ TEST_P(Upload, EveryUploadOnOneConnectionArrivesWhole) {
     // The server text may carry a scheme, blanks and a trailing "/".
     UploadTarget target = Target();
     target.Server =
-        u"  " + UploadProtocolName(GetParam()).substr(0, 4) + u"://" + ServerText() + u"/ ";
-    if (GetParam() == UploadProtocol::FtpsImplicit) {
-        target.Server = u"ftps://" + ServerText();
-    }
+        GetParam() == UploadProtocol::FtpsImplicit
+            ? u"ftps://" + target.Server
+            : u"  " + UploadProtocolName(GetParam()).substr(0, 4) + u"://" + target.Server + u"/ ";
     UploadConnection connection = Connect(target);
     for (const char* name : {"1.mrc", "2.mrc", "3.mrc"}) {
         EXPECT_TRUE(connection.Put(FromAscii(name), local_ / "big.mrc", false));
@@ -153,13 +155,7 @@ TEST_P(Upload, EveryUploadOnOneConnectionArrivesWhole) {
     EXPECT_EQ(Stored("text.txt"), GetParam() == UploadProtocol::Sftp
                                       ? "first line\r\nsecond line\r\nlast\r\n"
                                       : "first line\nsecond line\nlast\n");
-    if (TlsListingFails(GetParam())) {
-        GTEST_SKIP() << kTlsListingUnderWine;
-    }
-    const auto listing = connection.List(u"");
-    ASSERT_TRUE(listing) << TextToUtf8(listing.Reason());
-    EXPECT_EQ(listing.Value(),
-              (std::vector<std::u16string>{u"1.mrc", u"2.mrc", u"3.mrc", u"text.txt"}));
+    ExpectListing(connection, GetParam(), u"", {u"1.mrc", u"2.mrc", u"3.mrc", u"text.txt"});
 }
 
 TEST_P(Upload, RemoteNamesAreStoredAsGivenAndFoldersNotMade) {
@@ -179,13 +175,7 @@ TEST_P(Upload, RemoteNamesAreStoredAsGivenAndFoldersNotMade) {
     // The connection survives a refusal; an empty file is a valid upload.
     EXPECT_TRUE(connection.Put(u"empty.mrc", local_ / "empty.mrc", false));
     EXPECT_EQ(Stored("empty.mrc"), "");
-    if (TlsListingFails(GetParam())) {
-        GTEST_SKIP() << kTlsListingUnderWine;
-    }
-    const auto listing = connection.List(u"in");
-    ASSERT_TRUE(listing) << TextToUtf8(listing.Reason());
-    EXPECT_EQ(listing.Value(),
-              (std::vector<std::u16string>{u"absolute.mrc", u"with space #1.mrc"}));
+    ExpectListing(connection, GetParam(), u"in", {u"absolute.mrc", u"with space #1.mrc"});
 }
 
 TEST_P(Upload, FailuresSayWhatKindTheyAre) {
@@ -328,200 +318,147 @@ TEST(Fingerprint, Sha256OfKnownTexts) {
 }
 
 // How each kind of server is trusted: TLS by the trust store, a CA file or a pin, SSH only by
-// the host key stored for it.
-
-// One TLS server after another, each with the trust given: the connection is made or refused as
-// the case says, and "test connection" shows the key openssl computes and logs in only when the
-// server is trusted.
-class TlsTrust : public ::testing::Test {
-  protected:
-    struct Case {
+// the host key stored for it. One server after another, each with the trust given: the
+// connection is made or refused as the case says, and "test connection" shows the key the
+// server's own tools compute and logs in only when the server is trusted.
+TEST(Trust, TlsServersAreVerifiedByTheirCaFileOrPinned) {
+    const auto& certificates = Certificates();
+    const auto self = StartServer(UploadProtocol::Ftps, {}, certificates.SelfSigned());
+    const std::string selfPin = certificates.Pin(certificates.SelfSigned());
+    const auto signedServer = StartServer(UploadProtocol::FtpsImplicit);
+    const std::string signedPin = certificates.Pin(certificates.Signed());
+    test::TempDir local;
+    WriteBytes(local / "x.mrc", "data");
+    const struct Case {
         const char* What;
         const test::LoopbackFtpServer* Server;
         std::string Pin;
         std::filesystem::path CaFile;
         UploadFault Fault;  // none: the upload succeeds
+    } cases[] = {
+        {"self-signed, pinned", self.get(), selfPin, {}, UploadFault{}},
+        {"self-signed, another pin", self.get(), signedPin, {}, UploadFault::UntrustedCertificate},
+        {"self-signed, another CA", self.get(), "", certificates.Authority(),
+         UploadFault::UntrustedCertificate},
+        {"signed, CA file", signedServer.get(), "", certificates.Authority(), UploadFault{}},
+        {"signed, pinned", signedServer.get(), signedPin, {}, UploadFault{}},
+        // Known to no trust store: Wine's Schannel accepts any certificate then.
+        {"self-signed, not trusted", self.get(), "", {}, UploadFault::UntrustedCertificate},
+        {"signed, not trusted", signedServer.get(), "", {}, UploadFault::UntrustedCertificate},
     };
-    void SetUp() override { WriteBytes(local_ / "x.mrc", "data"); }
-    void TearDown() override {
-        if (listingSkipped_ && !HasFailure()) {
-            GTEST_SKIP() << kTlsListingUnderWine;
-        }
-    }
-    void Check(const Case& c) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.What);
-        UploadTarget target = c.Server->Target();
-        target.Server = ByName(*c.Server);
+        if (UnderWine() && c.Pin.empty() && c.CaFile.empty()) {
+            continue;
+        }
+        UploadTarget target = TlsTarget(*c.Server);
         target.Trusted = FromAscii(c.Pin);
         target.CaFile = c.CaFile;
         Outcome<UploadConnection> connection = UploadConnection::Open(target);
         ASSERT_EQ(FaultOf(connection), c.Fault)
             << TextToUtf8(connection ? u"" : connection.Reason());
         if (connection) {
-            EXPECT_TRUE(connection.Value().Put(u"x.mrc", local_ / "x.mrc", false));
+            EXPECT_TRUE(connection.Value().Put(u"x.mrc", local / "x.mrc", false));
             EXPECT_EQ(ReadBytes(c.Server->Root() / "x.mrc"), "data");
             std::filesystem::remove(c.Server->Root() / "x.mrc");
         }
         const Outcome<ServerCheck> check = CheckServer(target, u"");
         ASSERT_TRUE(check) << TextToUtf8(check.Reason());
         EXPECT_EQ(TextToUtf8(check.Value().Fingerprint),
-                  c.Server == self_.get() ? selfPin_ : signedPin_);
+                  c.Server == self.get() ? selfPin : signedPin);
         EXPECT_EQ(check.Value().Certificate.size(), 95u);  // 32 pairs and 31 colons
         EXPECT_EQ(check.Value().Trusted, c.Fault == UploadFault{});
-        if (c.Fault == UploadFault{} && TlsListingFails(UploadProtocol::Ftps)) {
-            listingSkipped_ = true;  // the log-in went through, the listing cannot
-        } else {
+        if (c.Fault != UploadFault{} || !TlsListingFails(UploadProtocol::Ftps)) {
             EXPECT_EQ(FaultOf(check.Value().Listing), c.Fault);
         }
     }
-    const test::TestCertificates& certificates_ = Certificates();
-    const std::unique_ptr<test::LoopbackFtpServer> self_ =
-        StartServer(UploadProtocol::Ftps, certificates_.SelfSigned());
-    const std::string selfPin_ = certificates_.Pin(certificates_.SelfSigned());
-    const std::unique_ptr<test::LoopbackFtpServer> signed_ =
-        StartServer(UploadProtocol::FtpsImplicit);
-    const std::string signedPin_ = certificates_.Pin(certificates_.Signed());
-    test::TempDir local_;
-    bool listingSkipped_ = false;
-};
-
-TEST_F(TlsTrust, ServersAreVerifiedByTheirCaFileOrPinned) {
-    const Case cases[] = {
-        {"self-signed, pinned", self_.get(), selfPin_, {}, UploadFault{}},
-        {"self-signed, another pin", self_.get(), signedPin_, {},
-         UploadFault::UntrustedCertificate},
-        {"self-signed, another CA", self_.get(), "", certificates_.Authority(),
-         UploadFault::UntrustedCertificate},
-        {"signed, CA file", signed_.get(), "", certificates_.Authority(), UploadFault{}},
-        {"signed, pinned", signed_.get(), signedPin_, {}, UploadFault{}},
-    };
-    for (const Case& c : cases) {
-        Check(c);
-    }
-}
-
-TEST_F(TlsTrust, ServersTheTrustStoreDoesNotKnowAreRefused) {
     if (UnderWine()) {
-        GTEST_SKIP() << "under Wine, Schannel accepts any certificate when neither a CA file "
-                        "nor a pin is given (the CA file and the pin are tested under Wine too)";
-    }
-    const Case cases[] = {
-        {"self-signed, not trusted", self_.get(), "", {}, UploadFault::UntrustedCertificate},
-        {"signed, not trusted", signed_.get(), "", {}, UploadFault::UntrustedCertificate},
-    };
-    for (const Case& c : cases) {
-        Check(c);
+        GTEST_SKIP() << "under Wine, Schannel accepts any certificate when neither a CA file nor "
+                        "a pin is given, and cannot list over TLS: those cases are checked on "
+                        "Linux, the CA files and pins ran under Wine too";
     }
 }
 
 // Many FTPS servers (vsftpd's require_ssl_reuse, FileZilla Server) take a data connection only
 // when it resumes the control connection's TLS session.
-TEST(TlsSessions, ServersThatRequireSessionReuseTakeTheUploads) {
+TEST(Trust, TlsServersThatRequireSessionReuseTakeTheUploads) {
     if (UnderWine()) {
         GTEST_SKIP() << "Wine's Schannel never resumes a TLS session, so such a server refuses "
                         "every data connection under Wine (tested on Linux)";
     }
-    const auto& certificates = Certificates();
-    const test::LoopbackFtpServer server("tester", "secret", UploadProtocol::Ftps,
-                                         certificates.Signed(), {"require-session-reuse"});
+    const auto server = StartServer(UploadProtocol::Ftps, {"require-session-reuse"});
     test::TempDir local;
     std::string bytes(100'000, 'x');
     WriteBytes(local / "x.mrc", bytes);
-    UploadTarget target = server.Target();
-    target.Server = ByName(server);
-    target.CaFile = certificates.Authority();
-    Outcome<UploadConnection> connection = UploadConnection::Open(target);
+    Outcome<UploadConnection> connection = UploadConnection::Open(TlsTarget(*server));
     ASSERT_TRUE(connection) << TextToUtf8(connection.Reason());
     for (const char* name : {"1.mrc", "2.mrc"}) {
         const Done sent = connection.Value().Put(FromAscii(name), local / "x.mrc", false);
         ASSERT_TRUE(sent) << TextToUtf8(sent.Reason());
-        EXPECT_TRUE(ReadBytes(server.Root() / name) == bytes) << name;
+        EXPECT_TRUE(ReadBytes(server->Root() / name) == bytes) << name;
     }
-    const auto listing = connection.Value().List(u"");
-    ASSERT_TRUE(listing) << TextToUtf8(listing.Reason());
-    EXPECT_EQ(listing.Value(), (std::vector<std::u16string>{u"1.mrc", u"2.mrc"}));
+    ExpectListing(connection.Value(), UploadProtocol::Ftps, u"", {u"1.mrc", u"2.mrc"});
 }
 
 // FTP over TLS is held to TLS 1.2 (TLS 1.3 on a reused connection cut later uploads short): a
 // server that speaks only TLS 1.3 is not reached.
-TEST(TlsSessions, FtpsIsHeldToTls12) {
-    const auto& certificates = Certificates();
+TEST(Trust, FtpsIsHeldToTls12) {
     for (const UploadProtocol protocol : {UploadProtocol::Ftps, UploadProtocol::FtpsImplicit}) {
-        const test::LoopbackFtpServer server("tester", "secret", protocol, certificates.Signed(),
-                                             {"tls-1.3-only"});
-        UploadTarget target = server.Target();
-        target.Server = ByName(server);
-        target.CaFile = certificates.Authority();
-        const Outcome<UploadConnection> connection = UploadConnection::Open(target);
+        const auto server = StartServer(protocol, {"tls-1.3-only"});
+        const Outcome<UploadConnection> connection = UploadConnection::Open(TlsTarget(*server));
         EXPECT_EQ(FaultOf(connection), UploadFault::NoConnection)
             << TextToUtf8(connection ? u"connected" : connection.Reason());
     }
 }
 
-TEST(SshTrust, HostKeysMustBeTheStoredOnes) {
-    const auto server = StartServer(UploadProtocol::Sftp);
+// Whatever kind of host key the server offers (ECDSA, or RSA or ed25519 alone). From Windows,
+// whose libssh2 on mbedTLS has no ed25519 (docs/behaviour.md), a server offering only an ed25519
+// key is not reached: the key exchange fails before any key is seen.
+TEST(Trust, SshHostKeysMustBeTheStoredOnes) {
     const auto other = StartServer(UploadProtocol::Sftp);  // another key on another port
-    ASSERT_TRUE(server->HostKey().starts_with("SHA256:"));
-    ASSERT_NE(server->HostKey(), other->HostKey());
     test::TempDir local;
     WriteBytes(local / "x.mrc", "data");
-
-    const std::pair<std::string, UploadFault> cases[] = {
-        {server->HostKey(), UploadFault{}},
-        {"", UploadFault::UnknownHostKey},
-        {other->HostKey(), UploadFault::ChangedHostKey},
-    };
-    for (const auto& [trusted, fault] : cases) {
-        SCOPED_TRACE(trusted);
-        UploadTarget target = server->Target();
-        target.Trusted = FromAscii(trusted);
-        Outcome<UploadConnection> connection = UploadConnection::Open(target);
-        ASSERT_EQ(FaultOf(connection), fault);
-        if (!connection) {
-            // The status line names the key the server showed.
-            EXPECT_NE(TextToUtf8(connection.Reason()).find(server->HostKey()), std::string::npos)
-                << TextToUtf8(connection.Reason());
-        } else {
-            EXPECT_TRUE(connection.Value().Put(u"x.mrc", local / "x.mrc", false));
-        }
-        const Outcome<ServerCheck> check = CheckServer(target, u"");
-        ASSERT_TRUE(check) << TextToUtf8(check.Reason());
-        EXPECT_EQ(TextToUtf8(check.Value().Fingerprint), server->HostKey());
-        EXPECT_EQ(check.Value().Trusted, fault == UploadFault{});
-        ASSERT_EQ(FaultOf(check.Value().Listing), fault);
-        if (check.Value().Listing) {
-            EXPECT_EQ(check.Value().Listing.Value(), std::vector<std::u16string>{u"x.mrc"});
-        }
-    }
-    EXPECT_EQ(ReadBytes(server->Root() / "x.mrc"), "data");
-}
-
-// Which SSH servers are reached besides the ECDSA-keyed ones above: one offering only an RSA key
-// everywhere; one offering only an ed25519 key from Linux, not from Windows, whose libssh2 on
-// mbedTLS has no ed25519 (docs/behaviour.md).
-TEST(SshTrust, ServersWithOnlyAnRsaOrEd25519HostKey) {
-    test::TempDir local;
-    WriteBytes(local / "x.mrc", "data");
-    for (const std::string kind : {"rsa", "ed25519"}) {
+    for (const std::string kind : {"ecdsa", "rsa", "ed25519"}) {
         SCOPED_TRACE(kind);
-        const test::LoopbackFtpServer server("tester", "secret", UploadProtocol::Sftp, {}, {kind});
-        UploadTarget target = server.Target();
-        target.Trusted = FromAscii(server.HostKey());
-        Outcome<UploadConnection> connection = UploadConnection::Open(target);
+        const auto server = StartServer(UploadProtocol::Sftp, {kind});
+        ASSERT_TRUE(server->HostKey().starts_with("SHA256:"));
+        ASSERT_NE(server->HostKey(), other->HostKey());
+        UploadTarget target = server->Target();
+        target.Trusted = FromAscii(server->HostKey());
 #ifdef _WIN32
         if (kind == "ed25519") {
-            // The key exchange fails before any key is seen.
-            EXPECT_EQ(FaultOf(connection), UploadFault::NoConnection);
+            EXPECT_EQ(FaultOf(UploadConnection::Open(target)), UploadFault::NoConnection);
             continue;
         }
 #endif
-        ASSERT_TRUE(connection) << TextToUtf8(connection.Reason());
-        EXPECT_TRUE(connection.Value().Put(u"x.mrc", local / "x.mrc", false));
-        EXPECT_EQ(ReadBytes(server.Root() / "x.mrc"), "data");
-        const Outcome<ServerCheck> check = CheckServer(target, u"");
-        ASSERT_TRUE(check) << TextToUtf8(check.Reason());
-        EXPECT_EQ(TextToUtf8(check.Value().Fingerprint), server.HostKey());
-        EXPECT_TRUE(check.Value().Trusted);
+        const std::pair<std::string, UploadFault> cases[] = {
+            {server->HostKey(), UploadFault{}},
+            {"", UploadFault::UnknownHostKey},
+            {other->HostKey(), UploadFault::ChangedHostKey},
+        };
+        for (const auto& [trusted, fault] : cases) {
+            SCOPED_TRACE(trusted);
+            target.Trusted = FromAscii(trusted);
+            Outcome<UploadConnection> connection = UploadConnection::Open(target);
+            ASSERT_EQ(FaultOf(connection), fault);
+            if (!connection) {
+                // The status line names the key the server showed.
+                EXPECT_NE(TextToUtf8(connection.Reason()).find(server->HostKey()),
+                          std::string::npos)
+                    << TextToUtf8(connection.Reason());
+            } else {
+                EXPECT_TRUE(connection.Value().Put(u"x.mrc", local / "x.mrc", false));
+            }
+            const Outcome<ServerCheck> check = CheckServer(target, u"");
+            ASSERT_TRUE(check) << TextToUtf8(check.Reason());
+            EXPECT_EQ(TextToUtf8(check.Value().Fingerprint), server->HostKey());
+            EXPECT_EQ(check.Value().Trusted, fault == UploadFault{});
+            ASSERT_EQ(FaultOf(check.Value().Listing), fault);
+            if (check.Value().Listing) {
+                EXPECT_EQ(check.Value().Listing.Value(), std::vector<std::u16string>{u"x.mrc"});
+            }
+        }
+        EXPECT_EQ(ReadBytes(server->Root() / "x.mrc"), "data");
     }
 }
 

@@ -11,8 +11,8 @@
 // connection closed by the server, one whose name begins with "full" finds the server's disk
 // full. Options: "require-session-reuse" (FTPS) refuses every data connection that does not
 // resume the control connection's TLS session; "tls-1.3-only" (FTPS) speaks no older TLS than
-// 1.3; "rsa" or "ed25519" (SFTP) gives the server a host
-// key of that kind alone instead of ECDSA. A failed login is answered at once (the usual anti-guessing
+// 1.3; "rsa" or "ed25519" (SFTP) gives the server a host key of that kind alone instead of
+// ECDSA ("ecdsa", the default). A failed login is answered at once (the usual anti-guessing
 // delay is off) so failure tests stay quick. The server also ends with the test process; on Linux
 // already when the thread that started it ends, so start it from the test's own thread (a fixture
 // member or a local), not from a short-lived helper thread. On Windows the Linux Python is started

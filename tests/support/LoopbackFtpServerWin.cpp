@@ -3,8 +3,6 @@
 // and output are one end of a loopback socket pair, its first line is the port, and shutting
 // down this end ends it. A test process that dies closes the socket too.
 
-#include <stdexcept>
-
 #include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/WineUnix.h"
 
@@ -23,32 +21,16 @@ LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
       protocol_(protocol),
       options_(std::move(options)),
       process_(std::make_unique<Process>()) {
-    WSADATA data;
-    if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
-        throw std::runtime_error("loopback FTP server: no sockets");
+    // The server is a Unix program: every path it is given is a Unix one.
+    if (!certificate.empty()) {
+        certificate_ = wine::UnixFileName(certificate);
     }
-    std::string firstLine;
-    try {
-        // The server is a Unix program: every path it is given is a Unix one.
-        if (!certificate.empty()) {
-            certificate_ = wine::UnixFileName(certificate);
-        }
-        std::vector<std::string> arguments = {Script(), user_, password_,
-                                              wine::UnixFileName(Root())};
-        for (const std::string& option : Options()) {
-            arguments.push_back(option);
-        }
-        process_->control = wine::StartUnixProgram(TESSELEX_PYTHON, arguments);
-        firstLine = wine::ReadLine(process_->control, 30000);
-    } catch (const std::exception&) {
-        if (process_->control != INVALID_SOCKET) {
-            Stop();
-        } else {
-            WSACleanup();
-        }
-        throw;
+    std::vector<std::string> arguments = {Script(), user_, password_, wine::UnixFileName(Root())};
+    for (const std::string& option : Options()) {
+        arguments.push_back(option);
     }
-    TakePort(firstLine);
+    process_->control = wine::StartUnixProgram(TESSELEX_PYTHON, arguments);
+    TakePort(wine::ReadLine(process_->control, 30000));
 }
 
 LoopbackFtpServer::~LoopbackFtpServer() {
@@ -66,7 +48,6 @@ void LoopbackFtpServer::Stop() {
     }
     closesocket(process_->control);
     process_->control = INVALID_SOCKET;
-    WSACleanup();
 }
 
 }  // namespace tesselex::test

@@ -1,6 +1,7 @@
 # The loopback SFTP server of the tests (LoopbackFtpServer*.cpp with the sftp kind), paramiko
-# run by the system Python. Usage: LoopbackSftpServer.py USER PASSWORD ROOT sftp [rsa|ed25519]
-# Makes a throw-away host key (ECDSA, or the kind named: the server then offers that kind alone),
+# run by the system Python. Usage:
+#   LoopbackSftpServer.py USER PASSWORD ROOT sftp [ecdsa|rsa|ed25519]
+# Makes a throw-away host key (ECDSA unless another kind is named) and offers that kind alone;
 # binds a port chosen by the system and prints "PORT FINGERPRINT" (the key's SHA256 as OpenSSH
 # shows it) as its first line. Serves until its standard input ends.
 # The user (password only) sees ROOT as "/", which is also the log-in folder; "reader" with the

@@ -7,10 +7,8 @@
 
 namespace tesselex::test {
 
-// What the command printed on its standard output. Throws std::runtime_error when it cannot be
-// run or ends with another status than 0.
-std::string RunShellCommand(const std::string& command);
-// The path as the shell names it (its Unix form under Wine).
-std::string ShellPath(const std::filesystem::path& path);
+// What the command printed on its standard output, run in `folder`. Throws std::runtime_error
+// when it cannot be run or ends with another status than 0.
+std::string RunShellCommand(const std::string& command, const std::filesystem::path& folder);
 
 }  // namespace tesselex::test

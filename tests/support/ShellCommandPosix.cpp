@@ -5,8 +5,9 @@
 
 namespace tesselex::test {
 
-std::string RunShellCommand(const std::string& command) {
-    FILE* pipe = popen(command.c_str(), "r");
+std::string RunShellCommand(const std::string& command, const std::filesystem::path& folder) {
+    const std::string line = "cd '" + folder.string() + "' && " + command;
+    FILE* pipe = popen(line.c_str(), "r");
     if (pipe == nullptr) {
         throw std::runtime_error("cannot run: " + command);
     }
@@ -19,10 +20,6 @@ std::string RunShellCommand(const std::string& command) {
         throw std::runtime_error("failed: " + command);
     }
     return out;
-}
-
-std::string ShellPath(const std::filesystem::path& path) {
-    return path.string();
 }
 
 }  // namespace tesselex::test

@@ -1,7 +1,5 @@
 #include "tests/support/TestCertificates.h"
 
-#include <stdexcept>
-
 #include "tests/support/ShellCommand.h"
 #include "tests/support/TestData.h"
 
@@ -22,9 +20,11 @@ TestCertificates::TestCertificates() {
 }
 
 std::string TestCertificates::Pin(const std::filesystem::path& pem) const {
-    std::string base64 = Run("openssl x509 -in '" + ShellPath(pem) +
-                             "' -pubkey -noout | openssl pkey -pubin -outform der"
-                             " | openssl dgst -sha256 -binary | openssl enc -base64");
+    std::string base64 =
+        RunShellCommand("openssl x509 -in '" + pem.filename().string() +
+                            "' -pubkey -noout | openssl pkey -pubin -outform der"
+                            " | openssl dgst -sha256 -binary | openssl enc -base64",
+                        pem.parent_path());
     while (!base64.empty() && (base64.back() == '\n' || base64.back() == '\r')) {
         base64.pop_back();
     }
@@ -32,12 +32,7 @@ std::string TestCertificates::Pin(const std::filesystem::path& pem) const {
 }
 
 std::string TestCertificates::Run(const std::string& command) const {
-    try {
-        return RunShellCommand("cd '" + ShellPath(dir_.Path()) + "' && " + command +
-                               " 2>/dev/null");
-    } catch (const std::runtime_error&) {
-        throw std::runtime_error("openssl failed: " + command);
-    }
+    return RunShellCommand(command + " 2>/dev/null", dir_.Path());
 }
 
 }  // namespace tesselex::test

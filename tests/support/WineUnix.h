@@ -20,8 +20,8 @@ std::string UnixFileName(const std::filesystem::path& path);
 // Starts the Unix program (a Unix path) with the arguments, none of which may hold a double
 // quote: its standard input and output are one end of a connected loopback socket pair, its
 // standard error the test's. Answers the other end, which the caller closes; shutting down its
-// sending side ends the program's input. Sockets must be set up (WSAStartup). Throws
-// std::runtime_error when the program cannot be started.
+// sending side ends the program's input. The process's sockets are set up at the first call,
+// for good. Throws std::runtime_error when the program cannot be started.
 SOCKET StartUnixProgram(const std::string& program, const std::vector<std::string>& arguments);
 
 // Reads from the socket until a line end, the end of the stream or `timeoutMs` without a byte.

@@ -89,8 +89,12 @@ std::string UnixFileName(const std::filesystem::path& path) {
 }
 
 SOCKET StartUnixProgram(const std::string& program, const std::vector<std::string>& arguments) {
+    static const bool sockets = [] {
+        WSADATA data;
+        return WSAStartup(MAKEWORD(2, 2), &data) == 0;
+    }();
     SOCKET pair[2];
-    if (!SocketPair(pair)) {
+    if (!sockets || !SocketPair(pair)) {
         throw std::runtime_error("no socket pair for " + program);
     }
     try {
