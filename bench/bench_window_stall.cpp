@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
         << "[InternetShortcut]\r\nURL=" << server.Address("/config") << "\r\n";
     tesselex::gui::ControllerOptions options;
     const std::filesystem::path ini = dir / "settings.ini";
-    tesselex::Settings(ini).StoreSetting(u"Destination", (dir / "out.mrc").u16string());
+    (void)tesselex::Settings(ini).StoreSetting(u"Destination", (dir / "out.mrc").u16string());
     options.MakeSettings = [ini] { return std::make_unique<tesselex::Settings>(ini); };
     options.Ask.Message = [](const QString&, const QString&) {};
     tesselex::gui::EngineController controller(options);

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <vector>
+
+#include "config/Strings.h"
 
 namespace tesselex {
 namespace {
@@ -213,10 +216,7 @@ std::optional<CertificateFingerprints> FingerprintsOfPem(std::string_view pem) {
     }
     const std::optional<std::string> der =
         FromBase64(pem.substr(begin + kBegin.size(), end - begin - kBegin.size()));
-    if (!der) {
-        return std::nullopt;
-    }
-    return FingerprintsOfDer(*der);
+    return der ? FingerprintsOfDer(*der) : std::nullopt;
 }
 
 std::optional<CertificateFingerprints> FingerprintsOfDer(std::string_view der) {
@@ -234,6 +234,33 @@ std::optional<CertificateFingerprints> FingerprintsOfDer(std::string_view der) {
         out.Certificate += kHex[byte & 0xf];
     }
     return out;
+}
+
+std::u16string StoredFingerprint(std::u16string_view store, std::u16string_view name) {
+    for (const std::u16string& entry : Split(store, u";")) {
+        const std::u16string trimmed = Trim(entry);
+        const std::size_t blank = trimmed.find(u' ');
+        if (!name.empty() && blank != std::u16string::npos && trimmed.substr(0, blank) == name) {
+            return Trim(trimmed.substr(blank + 1));
+        }
+    }
+    return {};
+}
+
+std::u16string WithStoredFingerprint(std::u16string_view store, std::u16string_view name,
+                                     std::u16string_view fingerprint) {
+    const std::u16string prefix = std::u16string(name) + u" ";
+    std::vector<std::u16string> kept;
+    for (const std::u16string& entry : Split(store, u";")) {
+        const std::u16string trimmed = Trim(entry);
+        if (!trimmed.empty() && (name.empty() || !trimmed.starts_with(prefix))) {
+            kept.push_back(trimmed);
+        }
+    }
+    if (!name.empty() && !Trim(fingerprint).empty()) {
+        kept.push_back(prefix + Trim(fingerprint));
+    }
+    return Join(kept, u"; ");
 }
 
 }  // namespace tesselex

@@ -28,7 +28,16 @@ struct CertificateFingerprints {
 // The fingerprints of the first certificate of a PEM text; nothing when it holds no certificate
 // whose public key can be found.
 std::optional<CertificateFingerprints> FingerprintsOfPem(std::string_view pem);
-// The same of one DER-encoded certificate.
+// The same of one certificate in DER, as the system's certificate functions hand it over.
 std::optional<CertificateFingerprints> FingerprintsOfDer(std::string_view der);
+
+// The program's store of trusted servers is one text of entries "NAME FINGERPRINT" joined by
+// "; ", NAME being "SCHEME://HOST:PORT". The fingerprint stored under the name ("" for none, or
+// for an empty name).
+std::u16string StoredFingerprint(std::u16string_view store, std::u16string_view name);
+// The store with the name's entry replaced by (or added as) the fingerprint; an empty name or
+// fingerprint adds nothing.
+std::u16string WithStoredFingerprint(std::u16string_view store, std::u16string_view name,
+                                     std::u16string_view fingerprint);
 
 }  // namespace tesselex

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "config/CodePage.h"
+#include "config/Fingerprint.h"
 #include "config/FtpTransfer.h"
 #include "config/Strings.h"
 #include "config/Upload.h"
@@ -149,6 +150,9 @@ Fault TransferFaultOf(const TransferSignal& signal) {
         fault = UploadFault::NotSupported;
     } else if (signal.TimedOut) {
         fault = UploadFault::TimedOut;
+    } else if (signal.ServerReply == 421) {
+        // "Service not available" (too many users, shutting down): it passes; the outbox retries.
+        fault = UploadFault::NoConnection;
     } else if (signal.DiskFull || signal.ServerReply == 452 || signal.ServerReply == 552) {
         fault = UploadFault::ServerFull;
     } else if (signal.LoginDeclined || signal.ServerReply == 530) {
@@ -214,32 +218,13 @@ std::u16string TrustName(UploadProtocol protocol, std::u16string_view server) {
 
 std::u16string TrustedFingerprint(std::u16string_view store, UploadProtocol protocol,
                                   std::u16string_view server) {
-    const std::u16string name = TrustName(protocol, server);
-    for (const std::u16string& entry : Split(store, u";")) {
-        const std::u16string trimmed = Trim(entry);
-        const std::size_t blank = trimmed.find(u' ');
-        if (!name.empty() && blank != std::u16string::npos && trimmed.substr(0, blank) == name) {
-            return Trim(trimmed.substr(blank + 1));
-        }
-    }
-    return {};
+    return StoredFingerprint(store, TrustName(protocol, server));
 }
 
 std::u16string WithTrustedFingerprint(std::u16string_view store, UploadProtocol protocol,
                                       std::u16string_view server,
                                       std::u16string_view fingerprint) {
-    const std::u16string name = TrustName(protocol, server);
-    std::vector<std::u16string> kept;
-    for (const std::u16string& entry : Split(store, u";")) {
-        const std::u16string trimmed = Trim(entry);
-        if (!trimmed.empty() && !trimmed.starts_with(name + u" ")) {
-            kept.push_back(trimmed);
-        }
-    }
-    if (!name.empty() && !fingerprint.empty()) {
-        kept.push_back(name + u" " + Trim(fingerprint));
-    }
-    return Join(kept, u"; ");
+    return WithStoredFingerprint(store, TrustName(protocol, server), fingerprint);
 }
 
 UploadFault UploadFaultOf(const Fault& fault) {

@@ -39,37 +39,39 @@ std::u16string UrlEncode(std::u16string_view text);
 // No single fetch or FTP transfer takes longer than this, however slowly the server drips.
 inline constexpr std::chrono::seconds kTransferLimit{120};
 
-// Why a network call failed. Only http and https are ever fetched: any other address, also
-// one reached by a redirect, is NoConnection.
-enum class NetFailure {
-    None,
-    NoConnection,  // refused, unknown host, not an http(s) address, broken off
-    TimedOut,      // connect, stall or overall limit
-    HttpStatus,    // the server answered with a status of 400 or more
-    EmptyReply,    // status below 400 but not one byte of body
-};
-
-// A fetch as the caller needs it to say what went wrong. An error page keeps its Body.
-struct FetchResult {
-    std::u16string Body;  // 8-bit string, whatever the status
-    NetFailure Failure = NetFailure::None;
-    int HttpStatus = 0;     // 0 when no reply came
-    std::u16string Reason;  // the transport's own words (English, for logs), empty on success
-    bool Ok() const { return Failure == NetFailure::None; }
-};
-
 // A reply as it came: its status and its body, whatever the status.
 struct HttpReply {
     int Status = 0;
     std::u16string Body;  // 8-bit string
-    // A reply that brings nothing to use: a status of 400 or more (HttpStatus, with the status as
-    // its code) or not one byte of body (EmptyReply).
-    std::optional<Fault> Problem() const;
+    // Fails for a reply that brings nothing to use: a status of 400 or more (HttpStatus, with
+    // the status as its code) or not one byte of body (EmptyReply).
+    [[nodiscard]] Done Usable() const;
 };
 
-// The fetch, telling how it ended: no reply at all (no connection, not an http(s) address, the
-// time limit) is the fault; any reply is the value. It never runs longer than the limit.
+// How the certificate of an https server is verified. Left empty, by the system's trust store
+// (libcurl's CA bundle on Linux, the system store through the Internet functions on Windows) for
+// the name in the address.
+struct ServerTrust {
+    // "sha256//<base64>" of the server's public key, as config/Upload.h's TLS pin: a certificate
+    // with this key is trusted whoever signed it and whatever names it holds (a self-signed one
+    // too), and no other is, whatever signed it.
+    std::u16string Pinned;
+    // Without a pin: verify against the certificates of this PEM file instead of the trust store.
+    std::filesystem::path CaFile;
+};
+
+// Fault::Code of a fetch that refused the server's certificate: not verified by the trust store
+// or the CA file, or not the pinned key. Its Kind is NoConnection (nothing was asked of the
+// server; the export waits as for no connection) and its reason names the server and the
+// fingerprint it showed. The same number as UploadFault::UntrustedCertificate (config/Upload.h).
+inline constexpr int kUntrustedServer = 8;
+
+// The fetch, telling how it ended: no reply at all (no connection, an untrusted certificate, not
+// an http(s) address, the time limit) is the fault; any reply is the value. It never runs longer
+// than the limit. Without a ServerTrust an https server is verified by the trust store.
 [[nodiscard]] Outcome<HttpReply> FetchReply(std::u16string_view address,
+                                            std::chrono::seconds limit = kTransferLimit);
+[[nodiscard]] Outcome<HttpReply> FetchReply(std::u16string_view address, const ServerTrust& trust,
                                             std::chrono::seconds limit = kTransferLimit);
 
 // An open HTTP request; a null handle is the failure value ("0").
@@ -83,12 +85,9 @@ UrlHandle OpenUrl(std::u16string_view address);
 bool ReadChunk(UrlHandle& handle, std::u16string& chunk);
 // The whole reply body as an 8-bit string, whatever the HTTP status; empty on any failure.
 std::u16string FetchUrl(std::u16string_view address);
-// FetchReply in the shape of a FetchResult; it never runs longer than the limit.
-FetchResult FetchUrlResult(std::u16string_view address,
-                           std::chrono::seconds limit = kTransferLimit);
 // Fetches the address into a new temporary file (prefix "XX"), its line ends made CR LF. A
 // reply of no bytes or an error page, one that contains "<html>" in any letter case, is not
-// saved: the reply's problem (HttpReply::Problem) or BadData is the fault. An error status
+// saved: the reply's fault (HttpReply::Usable) or BadData is the fault. An error status
 // with a body of data is saved, as it always was.
 [[nodiscard]] Outcome<std::filesystem::path> FetchToTemp(std::u16string_view address);
 // The text FetchToTemp would save, read back from that file and the file removed: what the

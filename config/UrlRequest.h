@@ -10,6 +10,9 @@
 #include <string>
 #include <string_view>
 
+#include "config/Outcome.h"
+#include "config/SharedRoutines.h"
+
 namespace tesselex {
 
 class UrlRequest {
@@ -25,7 +28,10 @@ class UrlRequest {
     // Sends the request, which may take no longer than `limit` as a whole (besides the connect
     // and stall limits); false when no reply could be opened. Only http and https are fetched,
     // and a redirect to another scheme is not followed. No cache answers in the server's place.
-    bool Start(std::u16string_view address, std::chrono::seconds limit);
+    // An https server is verified as the trust says (SharedRoutines.h); no reply is read from
+    // one that is not trusted.
+    bool Start(std::u16string_view address, std::chrono::seconds limit,
+               const ServerTrust& trust = {});
     // The next bytes of the reply as soon as any have arrived; empty at its end or on failure.
     std::string Read();
     bool Failed() const;
@@ -34,10 +40,24 @@ class UrlRequest {
     int Status() const;
     // Why the request failed, in the platform's (English) words.
     std::u16string Reason() const;
+    // Whether it failed on the server's certificate: not verified, or not the pinned key.
+    bool Untrusted() const;
+    // The certificate (DER) the server showed, as far as it can be had without sending anything
+    // more: libcurl reads it again in a handshake of its own; the Windows Internet functions
+    // hand it over after a refused handshake only on some systems (not under Wine). Empty when
+    // not seen.
+    std::string ServerCertificate();
 
   private:
     struct Transfer;
     std::unique_ptr<Transfer> transfer_;
 };
+
+// The certificate (DER) the https server of the address shows, whoever signed it. libcurl reads
+// it in the TLS handshake and sends nothing; the Windows Internet functions hand it over only
+// once a request has gone, so there one HEAD request of the address is sent. No server, or an
+// address that is not https (BadData), is the fault.
+[[nodiscard]] Outcome<std::string> ReadServerCertificate(std::u16string_view address,
+                                                         std::chrono::seconds limit);
 
 }  // namespace tesselex

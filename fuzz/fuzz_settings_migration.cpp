@@ -1,6 +1,7 @@
 // The one-time copy of a fuzzed old settings file into a settings file of its own, the
 // subject-list conversion and the list indexes of stored values.
 
+#include "app/engine/OptionStore.h"
 #include "app/engine/Settings.h"
 #include "app/engine/SettingsMigration.h"
 #include "config/CfgClass.h"
@@ -23,7 +24,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::filesystem::remove(settingsFile.Path());
     {
         Settings settings(settingsFile.Path());
-        CopySettings(settings, oldConfig);
+        // A scratch file that can be written: any refusal is the copy's own fault.
+        if (!CopySettings(settings, oldConfig)) {
+            fuzz::Fail("CopySettings refused a writable settings file");
+        }
         (void)settings.StoredSettings();
     }
 

@@ -26,6 +26,10 @@ int RunOutboxCommand(const std::vector<std::string>& args);
 // tesselex-cli ftp test [--trust] (args: everything after "ftp"): 0 logged in and listed, 1 not.
 int RunFtpCommand(const std::vector<std::string>& args);
 
+// tesselex-cli server test [--trust] [ADDRESS] (args: everything after "server"): 0 the https
+// export server is trusted, 1 not (or not reached), 2 a usage error or not an https address.
+int RunServerCommand(const std::vector<std::string>& args);
+
 // The engine's messages (a missing workfile name, a failed save of the old settings) go to
 // stderr; its one question, the old-style save's, is never asked here.
 EngineSeams CliSeams();

@@ -220,6 +220,10 @@ void PrintEngineHelp(std::ostream& out) {
            "                         server's certificate or host-key fingerprint and whether\n"
            "                         it is trusted, then (trusted only) log in and list\n"
            "                         FTPDirectory; --trust first stores the fingerprint seen\n"
+           "  server test [--trust] [ADDRESS]\n"
+           "                         connect to the https export server in force (or ADDRESS):\n"
+           "                         its key's fingerprint and whether a fetch trusts it;\n"
+           "                         --trust pins the key seen (in FTPTrust as https://HOST:PORT)\n"
            "\n"
            "Settings keys:\n";
     for (const SettingKeyInfo& info : SettingKeys()) {

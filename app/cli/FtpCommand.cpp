@@ -5,7 +5,7 @@
 #include <iostream>
 
 #include "app/cli/Commands.h"
-#include "app/engine/Delivery.h"
+#include "app/engine/Exporter.h"
 #include "app/engine/Settings.h"
 #include "config/Upload.h"
 #include "config/Utf.h"

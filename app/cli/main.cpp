@@ -39,6 +39,9 @@ int main(int argc, char** argv) {
         if (args[0] == "ftp") {
             return tesselex::cli::RunFtpCommand(rest);
         }
+        if (args[0] == "server") {
+            return tesselex::cli::RunServerCommand(rest);
+        }
         if (tesselex::cli::IsEngineCommand(args[0])) {
             return tesselex::cli::RunEngineCommand(args[0], rest);
         }

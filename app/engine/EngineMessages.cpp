@@ -80,6 +80,12 @@ std::u16string FetchFailedMessage(std::u16string_view bibId, const Fault& fault)
         case FaultKind::BadData:
             cause = u"svaret innehöll ingen korrekt post";
             break;
+        case FaultKind::NoConnection:
+            // The reason names the server and the key to pin (config/SharedRoutines.h).
+            cause = fault.Code == kUntrustedServer
+                        ? u"exportservern är inte betrodd: " + fault.Reason
+                        : u"ingen kontakt med exportservern";
+            break;
         default:
             cause = u"ingen kontakt med exportservern";
             break;
@@ -97,9 +103,10 @@ std::u16string NotDroppedMessage(std::u16string_view bibId, const Fault& fault) 
            fault.Reason + u".";
 }
 
-std::u16string NoRequestTableMessage(std::u16string_view address) {
-    return u"Frågetabellen kunde inte hämtas från " + std::u16string(address) +
-           u"; exporterna väntar och tabellen hämtas igen.";
+std::u16string NoRequestTableMessage(std::u16string_view address, const Done& fetched) {
+    const std::u16string why = fetched ? u"den saknar baseURL" : fetched.Reason();
+    return u"Frågetabellen kunde inte hämtas från " + std::u16string(address) + u" (" + why +
+           u"); exporterna väntar och tabellen hämtas igen.";
 }
 
 std::u16string RequestTableFetchedMessage(std::u16string_view address) {
@@ -162,6 +169,12 @@ std::u16string NotExportedMessage(std::u16string_view bibId, std::u16string_view
 
 std::u16string RetryAtMessage(const DateTime& at) {
     return u"Försöker igen kl. " + FormatTime(at).substr(0, 5) + u".";
+}
+
+std::u16string WaitsForRetryMessage(std::u16string_view bibId) {
+    return u"Post #" + std::u16string(bibId) +
+           u" väntar tills inställningarna är rättade och du väljer Försök nu i Väntande "
+           u"exporter.";
 }
 
 std::u16string OutboxUnreadableMessage(const std::filesystem::path& outbox, const Fault& fault) {
@@ -233,6 +246,40 @@ std::u16string PlainPasswordMessage(std::u16string_view server) {
 std::u16string OneAtATimeLockedMessage() {
     return u"Denna inställning kan endast göras om FTP inte används. Vid vidarebefordran med FTP "
            u"skickas alltid en post i taget.";
+}
+
+std::u16string PolicyChoicesText(std::u16string_view choices) {
+    return u"tillåtna värden är " + std::u16string(choices);
+}
+
+std::u16string PolicyNoServerText() {
+    return u"ingen giltig server (värd eller värd:port, port 1–65535)";
+}
+
+std::u16string PolicyPersonalOnlyText() {
+    return u"den kan bara ställas in av var och en själv";
+}
+
+std::u16string PolicyNotUsedMessage(std::u16string_view name, std::u16string_view value,
+                                    std::u16string_view why) {
+    return u"Administratörens inställning " + std::u16string(name) + u" = \"" +
+           std::u16string(value) + u"\" används inte: " + std::u16string(why) +
+           u". Din egen inställning gäller.";
+}
+
+std::u16string PolicyUnknownMessage(std::u16string_view name, std::u16string_view source) {
+    return u"Administratörens inställning " + std::u16string(name) + u" i " +
+           std::u16string(source) + u" är okänd och används inte.";
+}
+
+std::u16string PolicyUnreadableMessage(std::u16string_view source) {
+    return u"Administratörens inställningar i " + std::u16string(source) +
+           u" kunde inte läsas. Dina egna inställningar gäller.";
+}
+
+std::u16string PolicyBadLineMessage(std::u16string_view line, std::u16string_view source) {
+    return u"Raden \"" + std::u16string(line) + u"\" i " + std::u16string(source) +
+           u" är ingen inställning (Namn=Värde) och används inte.";
 }
 
 }  // namespace tesselex

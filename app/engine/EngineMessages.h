@@ -32,7 +32,7 @@ std::u16string OutboxHeldMessage(long long holder);
 // A waiting export that could not be removed.
 std::u16string NotDroppedMessage(std::u16string_view bibId, const Fault& fault);
 // The request table could not be fetched and none is kept: the exports wait for it.
-std::u16string NoRequestTableMessage(std::u16string_view address);
+std::u16string NoRequestTableMessage(std::u16string_view address, const Done& fetched);
 // The request table came after all, from the server at that address.
 std::u16string RequestTableFetchedMessage(std::u16string_view address);
 // The request table came from the table kept from the server's last answer.
@@ -53,6 +53,7 @@ std::u16string LateNote(const DateTime& savedAt, const DateTime& now);
 std::u16string BadRecordMessage();
 std::u16string NoActiveRecordMessage();
 std::u16string NotExportedMessage(std::u16string_view bibId, std::u16string_view reason);
+std::u16string WaitsForRetryMessage(std::u16string_view bibId);
 std::u16string RetryAtMessage(const DateTime& at);
 
 // The outbox.
@@ -76,5 +77,16 @@ std::u16string NoWorkfileMessage();
 std::u16string PlainPasswordMessage(std::u16string_view server);
 // Shown beside the one-at-a-time option while an FTP server is set.
 std::u16string OneAtATimeLockedMessage();
+
+// What the administrator's policy holds that the program cannot use (each a status line at
+// start-up); the *Text ones are the reasons inside PolicyNotUsedMessage.
+std::u16string PolicyChoicesText(std::u16string_view choices);
+std::u16string PolicyNoServerText();
+std::u16string PolicyPersonalOnlyText();
+std::u16string PolicyNotUsedMessage(std::u16string_view name, std::u16string_view value,
+                                    std::u16string_view why);
+std::u16string PolicyUnknownMessage(std::u16string_view name, std::u16string_view source);
+std::u16string PolicyUnreadableMessage(std::u16string_view source);
+std::u16string PolicyBadLineMessage(std::u16string_view line, std::u16string_view source);
 
 }  // namespace tesselex

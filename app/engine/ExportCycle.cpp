@@ -10,7 +10,6 @@
 #include "config/Utf.h"
 #include "marc/MarcObject.h"
 #include "marc/MarcObjectFields.h"
-#include "marc/RecordReader.h"
 
 namespace tesselex {
 
@@ -26,7 +25,7 @@ ExportReport ExportEngine::Export(std::u16string_view bibId) {
     return ExportNow(state_.BibId);
 }
 
-ExportReport ExportEngine::RunExport(const ExportJob& job, const Waited* waited) {
+ExportReport ExportEngine::RunExport(const ExportJob& job, const FromOutbox* waiting) {
     ExportReport report;
     report.BibId = job.BibId;
     state_.BibId = job.BibId;
@@ -35,7 +34,7 @@ ExportReport ExportEngine::RunExport(const ExportJob& job, const Waited* waited)
     // The bib id and the busy state show while the server is asked.
     NotifyState();
     try {
-        FetchAndDeliver(report, job, waited);
+        FetchAndDeliver(report, job, waiting);
     } catch (const std::exception& e) {
         // The bib id stays for a manual retry.
         const std::u16string reason = Utf8ToText(e.what());
@@ -54,54 +53,77 @@ ExportReport ExportEngine::RunExport(const ExportJob& job, const Waited* waited)
 }
 
 void ExportEngine::FetchAndDeliver(ExportReport& report, const ExportJob& job,
-                                   const Waited* waited) {
+                                   const FromOutbox* waiting) {
     Store(SettingKey::LastBibId, job.BibId);
-    report.Request = BuildRequest(job.Options, job.BibId, *urlConfig_);
-    const Outcome<HttpReply> reply = FetchRecords(report.Request);
+    report.Request = BuildRequest(job.Options, job.BibId, requestTable_.Table());
+    const Outcome<HttpReply> reply = exporter_.Fetch(report.Request);
     if (!reply) {
         report.Failures.push_back(ReportFailedFetch(reply.Failure(), job.BibId));
         return;
     }
-    // An error page goes through the record check too: its own log line stays.
-    const std::optional<Fault> problem = reply.Value().Problem();
-    std::vector<std::u16string> kept;
-    std::u16string exportText;
-    for (ReplyRecord& record : SplitReply(reply.Value().Body)) {
-        if (record.WellFormed) {
-            exportText += record.Bytes;
-            kept.push_back(std::move(record.Bytes));
-        } else {
-            std::u16string message = BadRecordMessage();
-            log_.WriteLog(message, true);
-            report.Failures.push_back(Fault{FaultKind::BadData, BadRecordMessage(), 0});
-        }
+    CheckedReply checked = CheckReply(reply.Value());
+    for (std::size_t bad = 0; bad < checked.Malformed; ++bad) {
+        std::u16string message = BadRecordMessage();
+        log_.WriteLog(message, true);
+        report.Failures.push_back(Fault{FaultKind::BadData, BadRecordMessage(), 0});
     }
-    if (exportText.empty()) {
-        // An error page, or a reply with pieces but no usable record, is one more error for the
-        // bib id; records that came with an error status are delivered as they always were.
-        report.Failures.push_back(ReportFailedFetch(
-            problem.value_or(Fault{FaultKind::BadData, u"no well-formed record", 0}), job.BibId));
+    if (!checked.Usable) {
+        // An error page is one more error for the bib id: its record line above stays.
+        report.Failures.push_back(ReportFailedFetch(checked.Usable.Failure(), job.BibId));
         return;
     }
-    const std::u16string& destination = job.Options.Destination;
-    // An FTP server set now means one export per upload, whatever the option was at the save.
-    const bool clear = job.Options.OneAtATime || !ftp_.Server.empty();
-    Outcome<std::u16string> saved =
-        delivery_.SaveExport(exportText, destination, clear, report.BibId,
-                             waited != nullptr ? waited->Journal : SaveJournal{});
+    Outcome<std::u16string> saved = Save(checked.Kept, job, waiting);
     if (saved) {
         report.SavedTo = std::move(saved).Value();
         if (!ftp_.Server.empty()) {
-            if (waited != nullptr) {
+            if (waiting != nullptr) {
                 // Not noted, a failed upload is retried with a new fetch instead.
-                (void)waited->Saved();
+                (void)outbox_->NoteSaved(job.BibId);
             }
-            report.Upload = delivery_.SendExport(destination, ftp_, report.BibId);
+            report.Upload = Upload(*report.SavedTo, job.BibId);
         }
     } else {
         report.Failures.push_back(saved.Failure());
     }
-    Display(std::move(kept), job.Options.Charset, report);
+    Display(std::move(checked.Kept), job.Options.Charset, report);
+}
+
+Outcome<std::u16string> ExportEngine::Save(const std::vector<std::u16string>& records,
+                                           const ExportJob& job, const FromOutbox* waiting) {
+    // An FTP server set now means one export per upload, whatever the option was at the save.
+    const bool clear = job.Options.OneAtATime || !ftp_.Server.empty();
+    const Outcome<PlannedSave> plan = exporter_.PlanSave(records, job.Options.Destination, clear);
+    if (!plan) {
+        return plan.Failure();  // no destination is set: the fault goes into the report
+    }
+    const std::u16string& path = plan.Value().Path;
+    Done written =
+        waiting != nullptr ? outbox_->NoteAppend(job.BibId, plan.Value().Append) : Done{};
+    if (written) {
+        written = exporter_.Save(plan.Value());
+    }
+    if (!written) {
+        // The old program failed here without a word (docs/behaviour.md).
+        log_.Report(NotSavedMessage(job.BibId, path, written.Failure()), true);
+        return written.Failure();
+    }
+    log_.Report(SavedMessage(job.BibId, path, waiting != nullptr ? waiting->Late : u""), false);
+    return path;
+}
+
+Done ExportEngine::Upload(std::u16string_view local, std::u16string_view bibId) {
+    Outcome<UploadConnection> connection = exporter_.Connect(ftp_);
+    if (!connection) {
+        log_.Report(FtpNotConnectedMessage(ftp_.Server, connection.Failure()), true);
+        return connection.Failure();
+    }
+    const Done sent = exporter_.Put(connection.Value(), local, ftp_);
+    if (!sent) {
+        log_.Report(FtpNotSentMessage(bibId, ftp_.Server, sent.Failure()), true);
+        return sent.Failure();
+    }
+    log_.Report(SentMessage(bibId, ftp_.Server), false);
+    return {};
 }
 
 // Where the old program took a failed fetch as nothing to deliver (docs/behaviour.md).

@@ -4,6 +4,7 @@
 #include "app/engine/RequestBuilder.h"
 #include "app/engine/Settings.h"
 #include "config/CfgClass.h"
+#include "config/HttpsTrust.h"
 #include "config/Platform.h"
 #include "config/SharedRoutines.h"
 #include "marc/MarcObject.h"
@@ -19,8 +20,8 @@ Clock ClockOf(const EngineSeams& seams) {
     return seams.Now ? seams.Now : Clock(LocalNow);
 }
 
-Delivery::LoginName LoginOf(const EngineSeams& seams) {
-    return seams.LoginName ? seams.LoginName : Delivery::LoginName(GetLoginName);
+Exporter::LoginName LoginOf(const EngineSeams& seams) {
+    return seams.LoginName ? seams.LoginName : Exporter::LoginName(GetLoginName);
 }
 
 }  // namespace
@@ -30,12 +31,16 @@ ExportEngine::ExportEngine(Settings& settings, EngineSeams seams)
       seams_(std::move(seams)),
       programFolder_(FolderOf(seams_)),
       log_(programFolder_, ClockOf(seams_)),
-      delivery_(log_, ClockOf(seams_), LoginOf(seams_)),
+      exporter_([this](std::u16string_view address) { return FetchRecords(address); },
+                ClockOf(seams_), LoginOf(seams_)),
       mainConfig_(std::make_unique<CfgClass>(Messages())),
-      urlConfig_(std::make_unique<CfgClass>(Messages())),
+      requestTable_(
+          programFolder_, [this](std::u16string_view address) { return FetchText(address); },
+          Messages(), [now = ClockOf(seams_)] { return SecondsOf(now()); }),
       watcher_([now = ClockOf(seams_)] { return SecondsOf(now()); }, seams_.RemoveFile),
-      outbox_(std::make_unique<OutboxRunner>(Outbox(programFolder_ / "Outbox"),
-                                             [now = ClockOf(seams_)] { return SecondsOf(now()); })) {}
+      outbox_(std::make_unique<OutboxRunner>(
+          Outbox(programFolder_ / "Outbox"), programFolder_ / "Outbox.lock",
+          [now = ClockOf(seams_)] { return SecondsOf(now()); })) {}
 
 ExportEngine::~ExportEngine() = default;
 
@@ -50,17 +55,26 @@ MarcObject& ExportEngine::Record() {
     return *record_;
 }
 
-std::u16string ExportEngine::Fetch(std::u16string_view address) const {
+Outcome<std::u16string> ExportEngine::FetchText(std::u16string_view address) const {
     const Outcome<HttpReply> reply = FetchRecords(address);
+    if (!reply) {
+        return reply.Failure();
+    }
     // The request table and the notice: only a usable reply counts.
-    return reply && !reply.Value().Problem() ? reply.Value().Body : std::u16string();
+    if (const Done usable = reply.Value().Usable(); !usable) {
+        return usable.Failure();
+    }
+    return reply.Value().Body;
 }
 
 Outcome<HttpReply> ExportEngine::FetchRecords(std::u16string_view address) const {
     if (seams_.Fetch) {
         return HttpReply{200, seams_.Fetch(address)};
     }
-    return FetchReply(address);
+    // An https export server is trusted by the trust store, or by the key pinned for it among
+    // the trusted servers (tesselex-cli server test --trust).
+    const std::u16string trusted = settings_.Setting(SettingKey::FTPTrust);
+    return FetchReply(address, ServerTrust{PinnedFingerprint(trusted, address), {}});
 }
 
 void ExportEngine::Store(SettingKey key, std::u16string_view value) {
@@ -119,7 +133,7 @@ MessageSink ExportEngine::Messages() {
 }
 
 std::u16string ExportEngine::RequestFor(std::u16string_view bibId) const {
-    return BuildRequest(state_.Options, bibId, *urlConfig_);
+    return BuildRequest(state_.Options, bibId, requestTable_.Table());
 }
 
 }  // namespace tesselex

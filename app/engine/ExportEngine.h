@@ -15,13 +15,14 @@
 #include <utility>
 #include <vector>
 
-#include "app/engine/Delivery.h"
 #include "app/engine/ExportOptions.h"
 #include "app/engine/ExportReport.h"
+#include "app/engine/Exporter.h"
 #include "app/engine/FileLock.h"
 #include "app/engine/Logger.h"
 #include "app/engine/WorkfileWatcher.h"
 #include "app/engine/OutboxRunner.h"
+#include "app/engine/RequestTable.h"
 #include "app/engine/SettingKeys.h"
 #include "config/MessageSink.h"
 
@@ -101,9 +102,9 @@ class ExportEngine {
     const EngineState& State() const { return state_; }
     const FtpSettings& Ftp() const { return ftp_; }
     // The address of the request table named by export.url (the server address dialog's text).
-    const std::u16string& ServerAddress() const { return shortcutAddress_; }
+    const std::u16string& ServerAddress() const { return requestTable_.Address(); }
     // The reply of that address at start-up (the server's notice).
-    const std::u16string& ServerNotice() const { return serverNotice_; }
+    const std::u16string& ServerNotice() const { return requestTable_.Notice(); }
     // Status lines and the logs; a front end may show a line of its own through it.
     Logger& Log() { return log_; }
 
@@ -118,14 +119,17 @@ class ExportEngine {
 
   private:
     // Every export, polled or manual: fetch, check, deliver, display; then the report goes out.
-    // A waiting export brings the outbox's hooks.
-    struct Waited {
-        SaveJournal Journal;
-        std::function<Done()> Saved;
+    // An export from the outbox notes its writes there, and says when it was saved when late.
+    struct FromOutbox {
+        std::u16string Late;  // follows the destination in the saved line ("" on time)
     };
-    ExportReport RunExport(const ExportJob& job, const Waited* waited = nullptr);
-    // Fetch, check and deliver into the report; an exception is the caller's to report.
-    void FetchAndDeliver(ExportReport& report, const ExportJob& job, const Waited* waited);
+    ExportReport RunExport(const ExportJob& job, const FromOutbox* waiting = nullptr);
+    // The exporter's steps, each outcome said in a status line and the report; an exception is
+    // the caller's to report.
+    void FetchAndDeliver(ExportReport& report, const ExportJob& job, const FromOutbox* waiting);
+    [[nodiscard]] Outcome<std::u16string> Save(const std::vector<std::u16string>& records,
+                                               const ExportJob& job, const FromOutbox* waiting);
+    [[nodiscard]] Done Upload(std::u16string_view local, std::u16string_view bibId);
     // The workfile's part of a poll: taken once written, its export queued, the file removed.
     void TakeWorkfile();
     // Whether this program may take the workfile now: it holds the watch lock, or no lock can
@@ -140,8 +144,7 @@ class ExportEngine {
     void RunWaiting();
     // A manual export: through the outbox, tried at once.
     ExportReport ExportNow(const std::u16string& bibId);
-    [[nodiscard]] Done TryWaiting(const OutboxEntry& entry, bool late, const AttemptHooks& hooks,
-                                  ExportReport* report);
+    [[nodiscard]] Done TryWaiting(const OutboxEntry& entry, bool late, ExportReport* report);
     void AfterTry(const OutboxEntry& entry, const Done& outcome);
     // TryWaiting and AfterTry as the runner takes them.
     Attempt Trying(ExportReport* report);
@@ -158,13 +161,11 @@ class ExportEngine {
     void Store(std::u16string_view key, std::u16string_view value);
     void ReportSettingsNotSaved();
     void LoadConfig();
+    // Loads the request table for the address export.url (or the policy) names, saying where
+    // it came from when not from the server.
     void FetchRequestTable();
-    // The request table: the server's answer (kept in the program folder for the next start
-    // without the server), else the one kept, else ConfigURL.TXT.
-    void LoadRequestTable();
     // While no request table is known it is fetched again, with back-off.
     void EnsureRequestTable();
-    bool HaveRequestTable() const;
     void MigrateOldSettings();
     void FindWorkfile();
     void ReadSettings();
@@ -177,8 +178,8 @@ class ExportEngine {
     // The bib id the workfile's 004 links to ("" without one); a fault when the record model
     // cannot read the workfile at all.
     [[nodiscard]] Outcome<std::u16string> WorkfileBibId(std::u16string_view contents);
-    // A usable reply's body; "" for no reply, an error status or an empty reply.
-    std::u16string Fetch(std::u16string_view address) const;
+    // A usable reply's body; no reply, an error status or an empty reply is the fault.
+    [[nodiscard]] Outcome<std::u16string> FetchText(std::u16string_view address) const;
     // The record fetch: no reply at all is the fault (a seam's reply counts as an answer).
     [[nodiscard]] Outcome<HttpReply> FetchRecords(std::u16string_view address) const;
     // The error status and log line for a fetch that brought nothing to deliver.
@@ -192,24 +193,16 @@ class ExportEngine {
     std::filesystem::path programFolder_;
     EngineState state_;
     Logger log_;
-    Delivery delivery_;
+    Exporter exporter_;
     std::unique_ptr<CfgClass> mainConfig_;
-    std::unique_ptr<CfgClass> urlConfig_;
     std::unique_ptr<MarcObject> record_;
-    std::u16string serverNotice_;
-    std::u16string shortcutAddress_;
+    RequestTable requestTable_;
     FtpSettings ftp_;
     WorkfileWatcher watcher_;
     std::unique_ptr<OutboxRunner> outbox_;
     std::optional<std::vector<OutboxEntry>> waitingSent_;
-    bool resumed_ = false;
-    // The outbox's lock; the holder's number while another program has it.
-    FileLock outboxLock_;
-    bool outboxUnguarded_ = false;
+    // The process that sends the outbox while another program does (0: unknown or this one).
     long long outboxHolder_ = 0;
-    // The request table's refetch while none is known: failures in a row, next try.
-    int tableFailures_ = 0;
-    long long tableNextTry_ = 0;
     EngineListener listener_;
     std::optional<EngineState> sent_;
 };

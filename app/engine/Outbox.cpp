@@ -248,12 +248,12 @@ bool Retryable(const Fault& fault) {
     case FaultKind::NoConnection:
     case FaultKind::TimedOut:
     case FaultKind::EmptyReply:
-    case FaultKind::Refused:
     case FaultKind::NoSpace:
     case FaultKind::Held:
         return true;
     case FaultKind::HttpStatus:
         return fault.Code == 408 || fault.Code == 429 || fault.Code >= 500;
+    case FaultKind::Refused:  // log-in, path or trust: the settings must change first
     case FaultKind::FileSystem:
     case FaultKind::BadData:
         return false;

@@ -85,7 +85,8 @@ long long SecondsOf(const DateTime& at);
 // How long to wait after the given number of failed tries: 15 s, doubling, at most 5 minutes.
 long long RetryDelaySeconds(int attempts);
 // True when a later try may succeed where this one failed: no connection, time-out, an empty
-// reply, HTTP 408, 429 and 5xx, a full disk or quota, an FTP server that refused.
+// reply, HTTP 408, 429 and 5xx, a full disk or quota. Not a server that refused the upload (the
+// log-in, the path, an untrusted certificate or host key): its settings must change first.
 bool Retryable(const Fault& fault);
 
 // FNV-1a over the bytes: tells a complete append from another file's tail after a crash.

@@ -9,31 +9,17 @@
 namespace tesselex {
 
 bool ExportEngine::ResumeOutbox() {
-    if (!outboxLock_.Held() && !outboxUnguarded_) {
-        const std::filesystem::path lockFile = programFolder_ / "Outbox.lock";
-        Outcome<FileLock> taken = FileLock::TryTake(lockFile);
-        if (taken) {
-            outboxLock_ = std::move(taken).Value();
-            resumed_ = false;  // an earlier holder may have left appends to repair
-        } else if (taken.Kind() == FaultKind::Held) {
-            outboxHolder_ = taken.Failure().Code;
-            outbox_->Look();
-            return false;
-        } else {
-            // Without a lock this program still sends: its exports must not wait unseen.
-            log_.ShowStatus(OutboxLockNotMadeMessage(lockFile, taken.Failure()), true);
-            outboxUnguarded_ = true;
-        }
+    const OutboxRunner::Holding holding = outbox_->Hold();
+    outboxHolder_ = holding.Other;
+    if (!holding.LockMade) {
+        log_.ShowStatus(
+            OutboxLockNotMadeMessage(programFolder_ / "Outbox.lock", holding.LockMade.Failure()),
+            true);
     }
-    if (resumed_) {
-        outbox_->Adopt();
-        return true;
-    }
-    resumed_ = true;
-    for (const Fault& problem : outbox_->Resume()) {
+    for (const Fault& problem : holding.Unreadable) {
         log_.Report(OutboxUnreadableMessage(programFolder_ / "Outbox", problem), true);
     }
-    return true;
+    return holding.Holder;
 }
 
 ExportJob ExportEngine::JobNow(std::u16string_view bibId) const {
@@ -60,8 +46,8 @@ Outcome<Queued> ExportEngine::QueueExport(const ExportJob& job) {
 }
 
 Attempt ExportEngine::Trying(ExportReport* report) {
-    return [this, report](const OutboxEntry& entry, bool late, const AttemptHooks& hooks) {
-        return TryWaiting(entry, late, hooks, report);
+    return [this, report](const OutboxEntry& entry, bool late) {
+        return TryWaiting(entry, late, report);
     };
 }
 
@@ -74,7 +60,7 @@ void ExportEngine::RunWaiting() {
         return;  // another program sends them
     }
     EnsureRequestTable();
-    if (!HaveRequestTable() && !ServerAddress().empty()) {
+    if (!requestTable_.Known() && !ServerAddress().empty()) {
         return;  // the requests cannot be built yet: they wait for the table, not fail
     }
     outbox_->RunDue(Trying(nullptr), Tried());
@@ -93,15 +79,15 @@ ExportReport ExportEngine::ExportNow(const std::u16string& bibId) {
     }
     EnsureRequestTable();
     const Done outcome = outbox_->RunNow(bibId, Trying(&report), Tried());
-    if (!outcome && !Retryable(outcome.Failure())) {
-        // The cataloguer saw it fail at once: a mistyped bib id does not wait for removal.
+    if (!outcome && !Retryable(outcome.Failure()) && !ServerFault(outcome.Failure())) {
+        // The cataloguer saw it fail at once: a mistyped bib id does not wait for removal. A
+        // server that refuses the upload keeps the export waiting until its settings are right.
         (void)DropWaiting(bibId);
     }
     return report;
 }
 
-Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const AttemptHooks& hooks,
-                              ExportReport* report) {
+Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, ExportReport* report) {
     state_.BibId = entry.BibId;
     state_.CanExport = true;
     if (entry.Saved) {
@@ -109,22 +95,20 @@ Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const Attempt
         if (ftp_.Server.empty() || !entry.Append) {
             return {};
         }
-        return delivery_.SendFile(PathToText(entry.Append->File), ftp_, entry.BibId);
+        return Upload(PathToText(entry.Append->File), entry.BibId);
     }
     if (Val(entry.BibId) <= 0) {
         log_.ShowStatus(NoActiveRecordMessage(), true);
         return Fault{FaultKind::BadData, NoActiveRecordMessage(), 0};
     }
     const DateTime now = seams_.Now ? seams_.Now() : LocalNow();
-    const Waited waited{SaveJournal{hooks.Appending, late ? LateNote(entry.SavedAt, now) : u""},
-                        hooks.Saved};
+    const FromOutbox waiting{late ? LateNote(entry.SavedAt, now) : u""};
     const ExportJob job{entry.BibId, entry.SavedAt, entry.Options.value_or(state_.Options)};
-    ExportReport done = RunExport(job, &waited);
+    ExportReport done = RunExport(job, &waiting);
     Done outcome;
     if (!done.Delivered()) {
-        outcome = done.Failures.empty()
-                      ? Fault{FaultKind::BadData, u"nothing was delivered", 0}
-                      : done.Failures.back();
+        outcome = done.Failures.empty() ? Fault{FaultKind::BadData, u"nothing was delivered", 0}
+                                        : done.Failures.back();
     }
     if (report != nullptr) {
         *report = std::move(done);
@@ -133,9 +117,11 @@ Done ExportEngine::TryWaiting(const OutboxEntry& entry, bool late, const Attempt
 }
 
 void ExportEngine::AfterTry(const OutboxEntry& entry, const Done& outcome) {
-    if (!outcome && !entry.Failed) {
-        // The failure's own line stands above; this says when the next try comes.
-        std::u16string message = RetryAtMessage(DateTimeOf(entry.NextTry));
+    // The failure's own line stands above; this says when the next try comes, or, when the
+    // server refused, that none comes until the cataloguer asks.
+    if (!outcome && (!entry.Failed || ServerFault(outcome.Failure()))) {
+        std::u16string message = entry.Failed ? WaitsForRetryMessage(entry.BibId)
+                                              : RetryAtMessage(DateTimeOf(entry.NextTry));
         log_.ShowStatus(message, false);
         log_.WriteLog(message, true);
     }

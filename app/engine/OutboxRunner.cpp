@@ -14,10 +14,41 @@ namespace {
 // The longest back-off: a NextTry further away than this means the clock was put back.
 constexpr long long kLongestWait = 300;
 
+Fault NotWaiting(std::u16string_view bibId) {
+    return Fault{FaultKind::BadData, u"no export of " + std::u16string(bibId) + u" waits", 0};
+}
+
 }  // namespace
 
-OutboxRunner::OutboxRunner(Outbox outbox, std::function<long long()> now)
-    : outbox_(std::move(outbox)), now_(std::move(now)) {}
+OutboxRunner::OutboxRunner(Outbox outbox, std::filesystem::path lockFile,
+                           std::function<long long()> now)
+    : outbox_(std::move(outbox)), lockFile_(std::move(lockFile)), now_(std::move(now)) {}
+
+OutboxRunner::Holding OutboxRunner::Hold() {
+    Holding holding;
+    if (!lock_.Held() && !unguarded_) {
+        Outcome<FileLock> taken = FileLock::TryTake(lockFile_);
+        if (taken) {
+            lock_ = std::move(taken).Value();
+            resumed_ = false;  // an earlier holder may have left appends to repair
+        } else if (taken.Kind() == FaultKind::Held) {
+            holding.Other = taken.Failure().Code;
+            Look();
+            return holding;
+        } else {
+            holding.LockMade = taken.Failure();
+            unguarded_ = true;
+        }
+    }
+    holding.Holder = true;
+    if (resumed_) {
+        Adopt();
+    } else {
+        resumed_ = true;
+        holding.Unreadable = Resume();
+    }
+    return holding;
+}
 
 std::vector<Fault> OutboxRunner::Resume() {
     std::vector<Fault> problems;
@@ -27,8 +58,8 @@ std::vector<Fault> OutboxRunner::Resume() {
         return problems;
     }
     for (const std::filesystem::path& file : read.Value().Unreadable) {
-        problems.push_back(Fault{FaultKind::BadData,
-                                 u"the entry " + PathToText(file) + u" cannot be read", 0});
+        problems.push_back(
+            Fault{FaultKind::BadData, u"the entry " + PathToText(file) + u" cannot be read", 0});
     }
     entries_ = std::move(read.Value().Entries);
     for (OutboxEntry& entry : entries_) {
@@ -139,7 +170,7 @@ void OutboxRunner::RunDue(const Attempt& attempt, const AfterAttempt& after) {
             continue;
         }
         const Done outcome = Run(*entry, attempt, after);
-        if (!outcome && ServerFault(outcome.Failure()) && Retryable(outcome.Failure())) {
+        if (!outcome && ServerFault(outcome.Failure())) {
             return;  // Run held the queue: the rest waits for the server
         }
     }
@@ -149,7 +180,7 @@ Done OutboxRunner::RunNow(std::u16string_view bibId, const Attempt& attempt,
                           const AfterAttempt& after) {
     OutboxEntry* entry = FindEntry(bibId);
     if (entry == nullptr) {
-        return Fault{FaultKind::BadData, u"no export of " + std::u16string(bibId) + u" waits", 0};
+        return NotWaiting(bibId);
     }
     return Run(*entry, attempt, after);
 }
@@ -158,18 +189,7 @@ Done OutboxRunner::Run(OutboxEntry& entry, const Attempt& attempt, const AfterAt
     const bool late = entry.Sequence != fresh_ || entry.Attempts > 0;
     fresh_ = 0;
     const std::u16string bibId = entry.BibId;
-    AttemptHooks hooks;
-    hooks.Appending = [this, bibId](const PendingAppend& append) {
-        OutboxEntry* noted = FindEntry(bibId);
-        noted->Append = append;
-        return outbox_.Put(*noted);
-    };
-    hooks.Saved = [this, bibId]() {
-        OutboxEntry* noted = FindEntry(bibId);
-        noted->Saved = true;
-        return outbox_.Put(*noted);
-    };
-    const Done outcome = attempt(entry, late, hooks);
+    const Done outcome = attempt(entry, late);
     OutboxEntry* tried = FindEntry(bibId);
     if (outcome) {
         queueFailures_ = 0;
@@ -190,16 +210,16 @@ Done OutboxRunner::Run(OutboxEntry& entry, const Attempt& attempt, const AfterAt
         tried->Append.reset();  // a failed append is cut back: nothing of it stays
     }
     ++tried->Attempts;  // a try that failed for good is a try too
-    if (Retryable(outcome.Failure())) {
-        tried->Failed = false;
+    tried->Failed = !Retryable(outcome.Failure());
+    if (!tried->Failed) {
         tried->NextTry = now_() + RetryDelaySeconds(tried->Attempts);
-        if (ServerFault(outcome.Failure())) {
-            ++queueFailures_;
-            queueNextTry_ = now_() + RetryDelaySeconds(queueFailures_);
-            tried->NextTry = std::max(tried->NextTry, queueNextTry_);
-        }
-    } else {
-        tried->Failed = true;
+    }
+    if (ServerFault(outcome.Failure())) {
+        // Also when no retry cures it (a refused log-in, an untrusted server): the next entry
+        // would only meet the same refusal, so the queue waits before it tries one more.
+        ++queueFailures_;
+        queueNextTry_ = now_() + RetryDelaySeconds(queueFailures_);
+        tried->NextTry = std::max(tried->NextTry, queueNextTry_);
     }
     // A failed write leaves the entry as the try found it on the disk: it is tried again.
     (void)outbox_.Put(*tried);
@@ -217,9 +237,28 @@ Done OutboxRunner::Drop(std::u16string_view bibId) {
     return {};
 }
 
+Done OutboxRunner::NoteAppend(std::u16string_view bibId, const PendingAppend& append) {
+    OutboxEntry* noted = FindEntry(bibId);
+    if (noted == nullptr) {
+        return NotWaiting(bibId);
+    }
+    noted->Append = append;
+    return outbox_.Put(*noted);
+}
+
+Done OutboxRunner::NoteSaved(std::u16string_view bibId) {
+    OutboxEntry* noted = FindEntry(bibId);
+    if (noted == nullptr) {
+        return NotWaiting(bibId);
+    }
+    noted->Saved = true;
+    return outbox_.Put(*noted);
+}
+
 OutboxEntry* OutboxRunner::FindEntry(std::u16string_view bibId) {
-    const auto found = std::find_if(entries_.begin(), entries_.end(),
-                                    [bibId](const OutboxEntry& entry) { return entry.BibId == bibId; });
+    const auto found =
+        std::find_if(entries_.begin(), entries_.end(),
+                     [bibId](const OutboxEntry& entry) { return entry.BibId == bibId; });
     return found == entries_.end() ? nullptr : &*found;
 }
 
@@ -229,12 +268,12 @@ const OutboxEntry* OutboxRunner::Find(std::u16string_view bibId) const {
 
 bool ServerFault(const Fault& fault) {
     switch (fault.Kind) {
-    case FaultKind::HttpStatus:
-    case FaultKind::EmptyReply:
-    case FaultKind::BadData:
-        return false;  // the server answered, for this record
-    default:
-        return true;
+        case FaultKind::HttpStatus:
+        case FaultKind::EmptyReply:
+        case FaultKind::BadData:
+            return false;  // the server answered, for this record
+        default:
+            return true;
     }
 }
 

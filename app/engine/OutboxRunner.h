@@ -6,35 +6,44 @@
 // cure stands aside for the cataloguer. The try itself (fetch, save, upload) is the caller's.
 
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "app/engine/FileLock.h"
 #include "app/engine/Outbox.h"
 
 namespace tesselex {
 
-// What a try tells the outbox while it works, so that a crash at any moment can be repaired.
-struct AttemptHooks {
-    // Before the first byte of the append is written.
-    std::function<Done(const PendingAppend&)> Appending;
-    // The records are on the disk; only the upload is still due.
-    std::function<Done()> Saved;
-};
-
 // One try of the entry's export: Done once its records are in the destination (and uploaded).
-// `late` is true unless the try comes right after the save that made the entry.
-using Attempt = std::function<Done(const OutboxEntry& entry, bool late, const AttemptHooks& hooks)>;
+// `late` is true unless the try comes right after the save that made the entry. While it works
+// it tells the runner what it writes (NoteAppend, NoteSaved), so that a crash at any moment can
+// be repaired.
+using Attempt = std::function<Done(const OutboxEntry& entry, bool late)>;
 // Told after each try: the entry as it now stands and the try's outcome.
 using AfterAttempt = std::function<void(const OutboxEntry& entry, const Done& outcome)>;
 
 class OutboxRunner {
   public:
-    // `now` gives the engine's clock in seconds (SecondsOf).
-    OutboxRunner(Outbox outbox, std::function<long long()> now);
+    // `now` gives the engine's clock in seconds (SecondsOf); the lock is that file.
+    OutboxRunner(Outbox outbox, std::filesystem::path lockFile, std::function<long long()> now);
 
+    // What Hold found.
+    struct Holding {
+        bool Holder = false;  // this program reads, repairs and sends the outbox
+        long long Other = 0;  // else the process that does (0: unknown)
+        Done LockMade;        // a lock that cannot be made at all: this program sends unguarded
+        std::vector<Fault> Unreadable;  // what the first read could not read or repair
+    };
+    // Takes the outbox's lock (a file beside it) when this program does not hold it yet and
+    // answers whether it holds it. The holder reads the outbox an earlier run left once, repairs
+    // it (Resume), and then takes in what other programs hand over (Adopt); a program that
+    // cannot have the lock only looks (Look). Without any lock at all this program still
+    // sends: its exports must not wait unseen.
+    [[nodiscard]] Holding Hold();
     // Reads the outbox an earlier run left and repairs its interrupted appends: a complete one
     // counts as saved, a torn one is cut back so the export is made again. Answers what could
     // not be read or repaired; those entries are left as they are. Only the holder of the
@@ -56,6 +65,11 @@ class OutboxRunner {
     [[nodiscard]] Done RunNow(std::u16string_view bibId, const Attempt& attempt,
                               const AfterAttempt& after);
     [[nodiscard]] Done Drop(std::u16string_view bibId);
+    // During a try of the bib id's entry: the append about to be made, noted on the disk before
+    // its first byte is written (a fault stops the save).
+    [[nodiscard]] Done NoteAppend(std::u16string_view bibId, const PendingAppend& append);
+    // During a try: the records are on the disk; only the upload is still due.
+    [[nodiscard]] Done NoteSaved(std::u16string_view bibId);
 
     // Oldest first.
     const std::vector<OutboxEntry>& Entries() const { return entries_; }
@@ -69,6 +83,10 @@ class OutboxRunner {
     bool Due(const OutboxEntry& entry) const;
 
     Outbox outbox_;
+    std::filesystem::path lockFile_;
+    FileLock lock_;
+    bool unguarded_ = false;  // no lock can be made: this program sends without
+    bool resumed_ = false;    // the earlier run's entries are read and repaired
     std::function<long long()> now_;
     std::vector<OutboxEntry> entries_;
     std::uint64_t fresh_ = 0;  // the Sequence of the entry added last, tried on time

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "app/engine/EngineMessages.h"
 #include "app/engine/QtText.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
@@ -35,7 +36,7 @@ std::optional<std::u16string> OneOf(std::u16string_view value,
         list += (list.empty() ? u"" : u", ") +
                 (choice.empty() ? std::u16string(u"\"\"") : std::u16string(choice));
     }
-    return u"tillåtna värden är " + list;
+    return PolicyChoicesText(list);
 }
 
 // The program compares "Yes" exactly: a "yes" would quietly mean No.
@@ -74,7 +75,7 @@ std::optional<std::u16string> FtpServer(std::u16string_view value) {
                                    : ToQString(std::u16string_view(text));
     const QUrl url(withScheme, QUrl::StrictMode);
     if (!url.isValid() || url.host().isEmpty() || url.port() == 0) {
-        return u"ingen giltig server (värd eller värd:port, port 1–65535)";
+        return PolicyNoServerText();
     }
     return std::nullopt;
 }
@@ -128,13 +129,6 @@ Check CheckFor(SettingKey key) {
     return nullptr;
 }
 
-std::u16string NotUsed(std::u16string_view name, std::u16string_view value,
-                       std::u16string_view why) {
-    return u"Administratörens inställning " + std::u16string(name) + u" = \"" +
-           std::u16string(value) + u"\" används inte: " + std::u16string(why) +
-           u". Din egen inställning gäller.";
-}
-
 // Blanks, tabs and a Windows line end around a name or value are not part of it.
 std::u16string Blankless(std::u16string_view text) {
     const std::size_t first = text.find_first_not_of(u" \t\r");
@@ -150,7 +144,7 @@ Policy::Policy(const Values& values, std::u16string source) : source_(std::move(
     for (const auto& [name, value] : values) {
         if (EqualsNoCase(name, PolicyServerAddress)) {
             if (auto why = HttpAddress(value)) {
-                problems_.push_back(NotUsed(PolicyServerAddress, value, *why));
+                problems_.push_back(PolicyNotUsedMessage(PolicyServerAddress, value, *why));
             } else {
                 serverAddress_ = Trim(value);
             }
@@ -158,16 +152,15 @@ Policy::Policy(const Values& values, std::u16string source) : source_(std::move(
         }
         const std::optional<SettingKey> key = FindSettingKey(name);
         if (!key) {
-            problems_.push_back(u"Administratörens inställning " + name + u" i " + source_ +
-                                u" är okänd och används inte.");
+            problems_.push_back(PolicyUnknownMessage(name, source_));
             continue;
         }
         const Check check = CheckFor(*key);
         if (check == nullptr) {
             problems_.push_back(
-                NotUsed(SettingName(*key), value, u"den kan bara ställas in av var och en själv"));
+                PolicyNotUsedMessage(SettingName(*key), value, PolicyPersonalOnlyText()));
         } else if (auto why = check(value)) {
-            problems_.push_back(NotUsed(SettingName(*key), value, *why));
+            problems_.push_back(PolicyNotUsedMessage(SettingName(*key), value, *why));
         } else {
             values_[static_cast<std::size_t>(*key)] = value;
         }
@@ -189,8 +182,7 @@ Policy Policy::FromFile(const std::filesystem::path& file) {
     const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     if (!in && !in.eof()) {
         Policy unread({}, source);
-        unread.problems_.push_back(u"Administratörens inställningar i " + source +
-                                   u" kunde inte läsas. Dina egna inställningar gäller.");
+        unread.problems_.push_back(PolicyUnreadableMessage(source));
         return unread;
     }
     Values values;
@@ -220,8 +212,7 @@ Policy Policy::FromFile(const std::filesystem::path& file) {
     }
     Policy policy(values, source);
     for (const std::u16string& line : badLines) {
-        policy.problems_.push_back(u"Raden \"" + line + u"\" i " + source +
-                                   u" är ingen inställning (Namn=Värde) och används inte.");
+        policy.problems_.push_back(PolicyBadLineMessage(line, source));
     }
     return policy;
 }

@@ -24,7 +24,7 @@ const std::array<SettingKeyInfo, SettingKeyCount>& SettingKeys() {
         {SettingKey::FTPDirectory, u"FTPDirectory", "FTP directory"},
         {SettingKey::FTPFilename, u"FTPFilename", "remote file name pattern (|%MMDDHHMMSS%.mrc)"},
         {SettingKey::FTPTrust, u"FTPTrust",
-         "trusted servers: PROTOCOL://HOST:PORT FINGERPRINT; ... (ftp test --trust adds)"},
+         "trusted servers: PROTOCOL://HOST:PORT FINGERPRINT; ... (ftp/server test --trust)"},
         {SettingKey::Logging, u"Logging", "Yes/No: log every export"},
         {SettingKey::LogErrors, u"LogErrors", "Yes/No: log errors to the error log"},
         {SettingKey::LastBibId, u"LastBibId", "last exported bib id"},

@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "app/engine/FileLock.h"
-#include "app/engine/WatchLock.h"
 #include "app/engine/QtText.h"
 #include "app/engine/SettingsFile.h"
+#include "app/engine/WatchLock.h"
 #include "config/Strings.h"
 #include "config/Utf.h"
 
@@ -93,15 +93,18 @@ std::u16string Settings::Setting(SettingKey key) const {
     return Setting(SettingName(key));
 }
 
-bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) {
+Done Settings::StoreSetting(std::u16string_view key, std::u16string_view value) {
     if (const auto known = FindSettingKey(key); known && IsLocked(*known)) {
-        return true;
+        return {};
     }
     if (file_.empty()) {
         // The registry writes each value whole.
         store_->setValue(FullKey(StoredKey(*store_, key)), ToQString(value));
         store_->sync();
-        return store_->status() == QSettings::NoError;
+        if (store_->status() != QSettings::NoError) {
+            return Fault{FaultKind::FileSystem, u"the registry refused the value", 0};
+        }
+        return {};
     }
     // The file is written whole by WriteSettingsFile; store_ only reads it and so never writes
     // it itself (and so never takes QSettings' own lock). This lock keeps another program from
@@ -112,7 +115,7 @@ bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) 
     const Outcome<FileLock> lock =
         FileLock::Take(RuntimeLockPath("settings", file_), std::chrono::seconds(10));
     if (!lock) {
-        return false;
+        return lock.Failure();
     }
     store_->sync();  // what another program stored meanwhile
     const QString full = FullKey(StoredKey(*store_, key));
@@ -126,12 +129,12 @@ bool Settings::StoreSetting(std::u16string_view key, std::u16string_view value) 
     if (!replaced) {
         values.emplace_back(full, ToQString(value));
     }
-    const bool written = WriteSettingsFile(file_, values);
+    Done written = WriteSettingsFile(file_, values);
     store_->sync();
     return written;
 }
 
-bool Settings::StoreSetting(SettingKey key, std::u16string_view value) {
+Done Settings::StoreSetting(SettingKey key, std::u16string_view value) {
     return StoreSetting(SettingName(key), value);
 }
 

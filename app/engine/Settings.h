@@ -14,6 +14,7 @@
 
 #include "app/engine/Policy.h"
 #include "app/engine/SettingKeys.h"
+#include "config/Outcome.h"
 
 class QSettings;
 
@@ -37,12 +38,12 @@ class Settings {
     bool IsLocked(SettingKey key) const { return policy_.Locks(key); }
     const Policy& MachinePolicy() const { return policy_; }
 
-    // Stores and writes the settings at once. False when they could not be written: the
+    // Stores and writes the settings at once; the fault when they could not be written: the
     // settings file is replaced whole only once the new one is complete, so it keeps its old
     // content. A locked setting is not written: the administrator's value stands, and the user's
-    // own value is kept for when the policy goes (true is answered, nothing failed).
-    bool StoreSetting(std::u16string_view key, std::u16string_view value);
-    bool StoreSetting(SettingKey key, std::u16string_view value);
+    // own value is kept for when the policy goes (nothing failed).
+    [[nodiscard]] Done StoreSetting(std::u16string_view key, std::u16string_view value);
+    [[nodiscard]] Done StoreSetting(SettingKey key, std::u16string_view value);
     // Where the settings are written.
     std::u16string FileName() const;
 

@@ -67,33 +67,37 @@ void NewerThan(const std::filesystem::path& file, const std::filesystem::path& o
 
 }  // namespace
 
-bool WriteSettingsFile(const std::filesystem::path& file, const SettingValues& values) {
+Done WriteSettingsFile(const std::filesystem::path& file, const SettingValues& values) {
     std::error_code ec;
     const std::filesystem::path written = FreshNameBeside(file);
     const std::filesystem::path checked = FreshNameBeside(file);
-    bool ok = !written.empty() && !checked.empty() && WriteValues(written, values);
-    if (ok) {
-        std::filesystem::rename(written, checked, ec);
-        ok = !ec && ReadsBackAs(checked, values);
-    }
-    if (ok) {
-        // It holds the FTP password in plain text.
+    Done done;
+    if (written.empty() || checked.empty()) {
+        done = Fault{FaultKind::FileSystem, u"no new file can be made beside it", 0};
+    } else if (!WriteValues(written, values)) {
+        done = Fault{FaultKind::FileSystem, u"the new file could not be written whole", 0};
+    } else if (std::filesystem::rename(written, checked, ec); ec) {
+        done = SystemFault(ec.value());
+    } else if (!ReadsBackAs(checked, values)) {
+        done = Fault{FaultKind::FileSystem, u"the new file does not read back as written", 0};
+    } else {
+        // It may hold the FTP password in plain text.
         std::filesystem::permissions(
             checked, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
             std::filesystem::perm_options::replace, ec);
         NewerThan(checked, file);
         // Flushed before the rename and the folder after, so a crash leaves either file whole.
-        ok = SyncFile(checked).Ok();
+        done = SyncFile(checked);
+        if (done) {
+            std::filesystem::rename(checked, file, ec);
+            done = ec ? Done{SystemFault(ec.value())} : SyncFolder(file.parent_path());
+        }
     }
-    if (ok) {
-        std::filesystem::rename(checked, file, ec);
-        ok = !ec && SyncFolder(file.parent_path()).Ok();
-    }
-    if (!ok) {
+    if (!done) {
         std::filesystem::remove(written, ec);
         std::filesystem::remove(checked, ec);
     }
-    return ok;
+    return done;
 }
 
 }  // namespace tesselex

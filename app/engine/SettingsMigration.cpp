@@ -93,40 +93,24 @@ std::u16string ConvertSubjects(std::u16string_view text) {
     return list.Joined(u" ; ");
 }
 
-int GetSelection(std::u16string_view kind, std::u16string_view value) {
-    const std::u16string upperKind = ToUpper(kind);
-    const std::u16string upper = ToUpper(value);
-    if (upperKind == u"CHARSET") {
-        static constexpr std::u16string_view charsets[] = {u"ISO-8859-1/", u"UTF-8/COMPOSELATIN1",
-                                                           u"UTF-8/COMPOSE", u"UTF-8/DECOMPOSE"};
-        for (int i = 0; i < 4; ++i) {
-            if (upper == charsets[i]) {
-                return i;
-            }
-        }
-    } else if (upperKind == u"HOLDTYPE" || upperKind == u"AUTHTYPE") {
-        static constexpr std::u16string_view placements[] = {u"INTERLEAVED", u"AFTER", u"NONE"};
-        for (int i = 0; i < 3; ++i) {
-            if (upper == placements[i]) {
-                return i;
-            }
-        }
-    }
-    return 0;
-}
-
-bool CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
+Done CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
                  std::u16string_view oldKey) {
     const std::u16string value = OldValue(oldConfig, oldKey);
-    return value.empty() || settings.StoreSetting(newKey, YesNoOf(value));
+    return value.empty() ? Done{} : settings.StoreSetting(newKey, YesNoOf(value));
 }
 
-bool CopySettings(Settings& settings, const CfgClass& oldConfig) {
-    bool stored = true;
+Done CopySettings(Settings& settings, const CfgClass& oldConfig) {
+    Done stored;
+    // The first failure is told; the other settings are still copied.
+    auto keep = [&stored](Done done) {
+        if (stored && !done) {
+            stored = std::move(done);
+        }
+    };
     auto copied = [&](SettingKey key, std::u16string_view oldKey, auto convert) {
         const std::u16string value = OldValue(oldConfig, oldKey);
         if (!value.empty()) {
-            stored = settings.StoreSetting(key, convert(value)) && stored;
+            keep(settings.StoreSetting(key, convert(value)));
         }
     };
     auto same = [](const std::u16string& value) { return value; };
@@ -140,7 +124,7 @@ bool CopySettings(Settings& settings, const CfgClass& oldConfig) {
         return value.find(u'=') == std::u16string::npos ? value : ConvertSubjects(value);
     });
     auto yesNo = [&](SettingKey key, std::u16string_view oldKey) {
-        stored = CopySetting(settings, oldConfig, named(key), oldKey) && stored;
+        keep(CopySetting(settings, oldConfig, named(key), oldKey));
     };
     yesNo(SettingKey::ISBNDehyphenate, u"ISBNUtanBindestreck");
     yesNo(SettingKey::Change035, u"Ändra0359");
@@ -157,8 +141,8 @@ bool CopySettings(Settings& settings, const CfgClass& oldConfig) {
     const std::u16string charset = OldValue(oldConfig, u"Tecken");
     if (!charset.empty()) {
         const auto [set, compose] = CharsetOf(charset);
-        stored = settings.StoreSetting(SettingKey::Charset, set) && stored;
-        stored = settings.StoreSetting(SettingKey::Compose, compose) && stored;
+        keep(settings.StoreSetting(SettingKey::Charset, set));
+        keep(settings.StoreSetting(SettingKey::Compose, compose));
     }
     auto placement = [](const std::u16string& value) {
         return std::u16string(value == u"0" ? u"interleaved" : u"after");

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "config/Outcome.h"
+
 namespace tesselex {
 
 class CfgClass;
@@ -31,18 +33,14 @@ class LibraryList {
 // codes with their choices).
 std::u16string ConvertSubjects(std::u16string_view text);
 
-// The list index of a stored value: kind "CHARSET" with "charset/compose", kind "HOLDTYPE" or
-// "AUTHTYPE" with the record placement; 0 for anything unknown.
-int GetSelection(std::u16string_view kind, std::u16string_view value);
-
 // Copies one old key into a setting with the "0" -> "No", "1" -> "Yes" rule; other values as
-// they are. A key missing from the old file leaves the setting untouched. False when the
+// they are. A key missing from the old file leaves the setting untouched. The fault when the
 // setting could not be written.
-bool CopySetting(Settings& settings, const CfgClass& oldConfig, std::u16string_view newKey,
-                 std::u16string_view oldKey);
+[[nodiscard]] Done CopySetting(Settings& settings, const CfgClass& oldConfig,
+                               std::u16string_view newKey, std::u16string_view oldKey);
 // The whole table of old keys, in its order. An Ämnesord value without "=" is already in the
-// new form (the old-style save writes it so) and is kept as it is. False when a setting could
-// not be written (the others are still copied).
-bool CopySettings(Settings& settings, const CfgClass& oldConfig);
+// new form (the old-style save writes it so) and is kept as it is. The first fault when a
+// setting could not be written (the others are still copied).
+[[nodiscard]] Done CopySettings(Settings& settings, const CfgClass& oldConfig);
 
 }  // namespace tesselex

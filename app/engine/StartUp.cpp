@@ -8,6 +8,7 @@
 #include "app/engine/DurableFile.h"
 #include "app/engine/EngineMessages.h"
 #include "app/engine/ExportEngine.h"
+#include "app/engine/OptionStore.h"
 #include "app/engine/Settings.h"
 #include "app/engine/SettingsMigration.h"
 #include "config/CfgClass.h"
@@ -27,13 +28,7 @@ bool Exists(const std::filesystem::path& path) {
 }  // namespace
 
 std::filesystem::path ExportEngine::ProgramFile(std::u16string_view name) const {
-    std::error_code ec;
-    for (const auto& entry : std::filesystem::directory_iterator(programFolder_, ec)) {
-        if (EqualsNoCase(entry.path().filename().u16string(), name)) {
-            return entry.path();
-        }
-    }
-    return programFolder_ / TextToPath(name);
+    return FileInFolder(programFolder_, name);
 }
 
 void ExportEngine::RunStep(void (ExportEngine::*step)()) {
@@ -69,67 +64,24 @@ void ExportEngine::LoadConfig() {
 void ExportEngine::FetchRequestTable() {
     CfgClass shortcut(Messages());
     shortcut.Load(PathToText(ProgramFile(u"export.url")));
-    shortcutAddress_ = shortcut.Item(u"InternetShortcut\\URL")->Value;
+    std::u16string address = shortcut.Item(u"InternetShortcut\\URL")->Value;
     // The administrator's server address stands in for the user's; export.url stays as it is.
-    if (const auto& address = settings_.MachinePolicy().ServerAddress()) {
-        shortcutAddress_ = *address;
+    if (const auto& policy = settings_.MachinePolicy().ServerAddress()) {
+        address = *policy;
     }
     mainConfig_ = std::make_unique<CfgClass>(Messages());
-    tableFailures_ = 0;
-    tableNextTry_ = 0;
-    LoadRequestTable();
-    if (!HaveRequestTable() && !shortcutAddress_.empty()) {
-        log_.Report(NoRequestTableMessage(shortcutAddress_), true);
-        tableFailures_ = 1;
-        tableNextTry_ = SecondsOf(seams_.Now ? seams_.Now() : LocalNow()) + RetryDelaySeconds(1);
+    const RequestTable::Loaded loaded = requestTable_.Load(address);
+    if (loaded.From == RequestTable::Source::Kept) {
+        log_.ShowStatus(KeptRequestTableMessage(programFolder_ / "ConfigURL.last"), false);
+    } else if (!requestTable_.Known() && !address.empty()) {
+        log_.Report(NoRequestTableMessage(address, loaded.Fetched), true);
     }
-}
-
-void ExportEngine::LoadRequestTable() {
-    serverNotice_ = shortcutAddress_.empty() ? std::u16string() : Fetch(shortcutAddress_);
-    urlConfig_ = std::make_unique<CfgClass>(Messages());
-    // The request table is the same address's reply; the notice fetched a moment ago is it.
-    urlConfig_->LoadFromString(serverNotice_);
-    const std::filesystem::path kept = programFolder_ / "ConfigURL.last";
-    if (HaveRequestTable()) {
-        // Kept for a start while the server is away; a failed write only loses that.
-        (void)ReplaceFile(kept, TextToAnsi(serverNotice_));
-        return;
-    }
-    std::error_code ec;
-    if (!shortcutAddress_.empty() && std::filesystem::is_regular_file(kept, ec)) {
-        urlConfig_ = std::make_unique<CfgClass>(Messages());
-        urlConfig_->Load(PathToText(kept));
-        if (HaveRequestTable()) {
-            log_.ShowStatus(KeptRequestTableMessage(kept), false);
-            return;
-        }
-    }
-    urlConfig_ = std::make_unique<CfgClass>(Messages());
-    urlConfig_->Load(PathToText(ProgramFile(u"ConfigURL.TXT")));
-}
-
-bool ExportEngine::HaveRequestTable() const {
-    return !urlConfig_->Item(u"baseURL")->Value.empty();
 }
 
 void ExportEngine::EnsureRequestTable() {
-    if (HaveRequestTable() || shortcutAddress_.empty()) {
-        return;
+    if (requestTable_.Refetch()) {
+        log_.Report(RequestTableFetchedMessage(requestTable_.Address()), false);
     }
-    const long long now = SecondsOf(seams_.Now ? seams_.Now() : LocalNow());
-    if (now < tableNextTry_ && tableNextTry_ - now <= RetryDelaySeconds(1000)) {
-        return;
-    }
-    LoadRequestTable();
-    if (HaveRequestTable()) {
-        tableFailures_ = 0;
-        tableNextTry_ = 0;
-        log_.Report(RequestTableFetchedMessage(shortcutAddress_), false);
-        return;
-    }
-    ++tableFailures_;
-    tableNextTry_ = now + RetryDelaySeconds(tableFailures_);
 }
 
 void ExportEngine::MigrateOldSettings() {
@@ -170,10 +122,7 @@ void ExportEngine::FindWorkfile() {
 }
 
 void ExportEngine::ReadSettings() {
-    ExportOptions& options = state_.Options;
-    options.Destination = settings_.Setting(SettingKey::Destination);
-    options.Libraries = settings_.Setting(SettingKey::Libraries);
-    options.Subjects = settings_.Setting(SettingKey::Subjects);
+    state_.Options = ReadOptions(settings_);
     ftp_ = ReadFtpSettings(settings_);
     const Outcome<UploadProtocol> protocol = ParseUploadProtocol(ftp_.Protocol);
     if (!ftp_.Server.empty() && !ftp_.Password.empty() && protocol &&
@@ -183,27 +132,11 @@ void ExportEngine::ReadSettings() {
     }
     log_.SetLogAll(settings_.IsYes(SettingKey::Logging));
     log_.SetLogErrors(settings_.IsYes(SettingKey::LogErrors));
-
-    UpdateOneAtATime(settings_.IsYes(SettingKey::Clear));
-    options.IsbnNoHyphens = settings_.IsYes(SettingKey::ISBNDehyphenate);
-    options.Change035 = settings_.IsYes(SettingKey::Change035);
-
-    options.Charset = static_cast<Characters>(GetSelection(
-        u"CHARSET",
-        settings_.Setting(SettingKey::Charset) + u"/" + settings_.Setting(SettingKey::Compose)));
-    options.Holdings =
-        static_cast<Placement>(GetSelection(u"HOLDTYPE", settings_.Setting(SettingKey::Holdtype)));
-    options.Authorities =
-        static_cast<Placement>(GetSelection(u"AUTHTYPE", settings_.Setting(SettingKey::Authtype)));
-
-    const std::u16string string003 = settings_.Setting(SettingKey::String003);
-    if (!string003.empty()) {
-        options.Code = string003 == Code003Texts[0] ? Code003::SeTesl : Code003::Tessel;
-    } else {
-        options.Code = Code003::Tessel;
-        Store(SettingKey::String003, Code003Texts[static_cast<std::size_t>(options.Code)]);
+    UpdateOneAtATime(state_.Options.OneAtATime);
+    if (settings_.Setting(SettingKey::String003).empty()) {
+        // The default is written at the first start, as the old program did.
+        Store(SettingKey::String003, Code003Texts[static_cast<std::size_t>(state_.Options.Code)]);
     }
-
     state_.BibId = settings_.Setting(SettingKey::LastBibId);
     state_.CanExport = !state_.BibId.empty();
 }
@@ -214,8 +147,7 @@ void ExportEngine::UpdateOneAtATime(bool stored) {
     ExportOptions& options = state_.Options;
     options.OneAtATimeLocked = !ftp_.Server.empty();
     options.OneAtATime = options.OneAtATimeLocked || stored;
-    options.LockedReason =
-        options.OneAtATimeLocked ? OneAtATimeLockedMessage() : std::u16string();
+    options.LockedReason = options.OneAtATimeLocked ? OneAtATimeLockedMessage() : std::u16string();
 }
 
 }  // namespace tesselex

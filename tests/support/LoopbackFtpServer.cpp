@@ -8,11 +8,42 @@
 
 namespace tesselex::test {
 
+LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
+                                     UploadProtocol protocol,
+                                     const std::filesystem::path& certificate,
+                                     std::vector<std::string> options)
+    : user_(std::move(user)),
+      password_(std::move(password)),
+      protocol_(protocol),
+      certificate_(certificate.string()),
+      options_(std::move(options)) {
+    std::vector<std::string> arguments = {user_, password_, LoopbackScript::ScriptPath(Root())};
+    for (const std::string& option : Options()) {
+        arguments.push_back(option);
+    }
+    try {
+        script_ = std::make_unique<LoopbackScript>(Script(), arguments);
+    } catch (const std::runtime_error&) {
+        // Said below, with what the server needs.
+    }
+    TakePort(script_ ? script_->FirstLine() : std::string());
+}
+
+LoopbackFtpServer::~LoopbackFtpServer() {
+    Stop();
+}
+
+void LoopbackFtpServer::Stop() {
+    if (script_) {
+        script_->Stop();
+    }
+}
+
 void LoopbackFtpServer::TakePort(const std::string& firstLine) {
     port_ = std::atoi(firstLine.c_str());
     const std::size_t blank = firstLine.find(' ');
     if (blank != std::string::npos) {
-        hostKey_ = firstLine.substr(blank + 1, firstLine.find_first_of("\r\n") - blank - 1);
+        hostKey_ = firstLine.substr(blank + 1);
     }
     // The server listens before it prints its port, so a port read means it is up.
     if (port_ <= 0) {
@@ -31,7 +62,7 @@ std::string LoopbackFtpServer::Script() const {
 std::vector<std::string> LoopbackFtpServer::Options() const {
     std::vector<std::string> options = {TextToUtf8(UploadProtocolName(protocol_))};
     if (!certificate_.empty()) {
-        options.push_back(certificate_);
+        options.push_back(LoopbackScript::ScriptPath(certificate_));
     }
     options.insert(options.end(), options_.begin(), options_.end());
     return options;

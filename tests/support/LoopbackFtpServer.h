@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "config/Upload.h"
+#include "tests/support/LoopbackScript.h"
 #include "tests/support/TempDir.h"
 
 namespace tesselex::test {
@@ -65,7 +66,6 @@ class LoopbackFtpServer {
     std::string Script() const;
     std::vector<std::string> Options() const;
 
-    struct Process;  // the running server, one kind per platform
     std::string user_;
     std::string password_;
     UploadProtocol protocol_;
@@ -73,7 +73,7 @@ class LoopbackFtpServer {
     std::vector<std::string> options_;
     std::string hostKey_;
     TempDir root_;
-    std::unique_ptr<Process> process_;
+    std::unique_ptr<LoopbackScript> script_;  // the running server
     int port_ = 0;
 };
 

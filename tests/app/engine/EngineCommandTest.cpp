@@ -4,13 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "app/engine/FileLock.h"
 #include "app/engine/Outbox.h"
 #include "app/engine/WatchLock.h"
+#include "config/Utf.h"
 #include "tests/app/engine/EngineFixture.h"
 #include "tests/support/FreePort.h"
 #include "tests/support/LoopbackFtpServer.h"
+#include "tests/support/LoopbackHttpsServer.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex {
@@ -267,6 +270,80 @@ TEST_F(EngineCommandTest, FtpTestTrustsAServerOnlyWhenAskedAndTheExportIsUploade
         << plain.Out;
     EXPECT_EQ(Run("settings set FTPProtocol scp").Status, 0);
     EXPECT_EQ(Run("ftp test").Status, 2) << "an unknown protocol is a usage error";
+}
+
+TEST_F(EngineCommandTest, ServerTestPinsAnHttpsExportServerWhoseExportsWaitUntilThen) {
+    std::optional<test::LoopbackHttpsServer> https;
+    try {
+        https.emplace();
+    } catch (const std::exception& error) {
+        GTEST_SKIP() << error.what();
+    }
+    // The self-signed server is the export server; its replies are no request table, so the
+    // local one (naming it too) is used.
+    const std::string base = TextToUtf8(https->SelfSignedUrl(""));
+    const std::string pin = https->SelfSignedPin();
+    WriteBytes(home_ / "export.url", "[InternetShortcut]\r\nURL=" + base + "/config\r\n");
+    std::string table = ReadBytes(test::SourceDir() / "data" / "ConfigURL.TXT");
+    table.replace(table.find("http://127.0.0.1:8080"), 21, base);
+    WriteBytes(home_ / "ConfigURL.TXT", table);
+    const CliResult waiting = Run("fetch " + bibId_);
+    EXPECT_EQ(waiting.Status, 1);
+    EXPECT_NE(waiting.Out.find("Post #" + bibId_ + " kunde inte hämtas: exportservern är inte "
+                               "betrodd: the certificate of " + base + " is not trusted"),
+              std::string::npos)
+        << waiting.Out;
+    EXPECT_NE(waiting.Out.find("the server's key is " + pin), std::string::npos) << waiting.Out;
+
+    const std::string seen = "server: " + base + "/config\nfingerprint: " + pin + "\n";
+    const CliResult unknown = Run("server test");
+    EXPECT_EQ(unknown.Status, 1);
+    EXPECT_TRUE(unknown.Out.starts_with(seen)) << unknown.Out;
+    EXPECT_TRUE(unknown.Out.ends_with("trusted: no\n")) << unknown.Out;
+    EXPECT_EQ(Run("settings get FTPTrust").Out, "\n") << "nothing trusted without --trust";
+    const CliResult trusted = Run("server test --trust");
+    EXPECT_EQ(trusted.Status, 0) << trusted.Out;
+    EXPECT_NE(trusted.Out.find("trusted: no\nstored as trusted: " + pin + "\n"),
+              std::string::npos) << trusted.Out;
+    EXPECT_TRUE(trusted.Out.ends_with("trusted: yes\n")) << trusted.Out;
+    EXPECT_EQ(Run("settings get FTPTrust").Out, base + " " + pin + "\n");
+    // Now the fetch is answered: the server's reply is no record, but it came.
+    const CliResult answered = Run("outbox retry");
+    EXPECT_NE(answered.Out.find("svaret innehöll ingen korrekt post"), std::string::npos)
+        << answered.Out;
+    EXPECT_EQ(answered.Out.find("inte betrodd"), std::string::npos) << answered.Out;
+    EXPECT_EQ(Run("server test http://127.0.0.1/").Status, 2) << "only https is verified";
+}
+
+// The checks of a server say why they could not check, with the usage's or the failure's exit
+// status; the FTP check needs a server, a protocol it knows and a server that answers.
+TEST_F(EngineCommandTest, ServerChecksSayWhyTheyCannotCheck) {
+    const std::string closed = "127.0.0.1:" + std::to_string(test::UnusedLoopbackPort());
+    const struct {
+        std::string Setting;  // set before the command ("" for none)
+        std::string Command;
+        int Status;
+        std::string Said;  // in what the command wrote to stderr
+    } cases[] = {
+        {"", "ftp", 2, "usage: ftp test [--trust]"},
+        {"", "ftp test --always", 2, "usage: ftp test [--trust]"},
+        {"", "ftp test", 1, "no FTP server is set"},
+        {"FTPServer " + closed, "ftp test", 1, "tesselex-cli: "},
+        {"FTPProtocol gopher", "ftp test", 2, "FTPProtocol: "},
+        {"", "server", 2, "usage: server test [--trust] [ADDRESS]"},
+        {"", "server test --trust --trust", 2, "usage: server test"},
+        {"", "server test http://" + closed + "/config", 2, "not an https address"},
+        {"", "server test https://" + closed + "/config", 1, "tesselex-cli: "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Command);
+        if (!c.Setting.empty()) {
+            ASSERT_EQ(Run("settings set " + c.Setting).Status, 0);
+        }
+        std::filesystem::remove(dir_ / "stderr.txt");
+        EXPECT_EQ(Run(c.Command).Status, c.Status);
+        EXPECT_NE(ReadBytes(dir_ / "stderr.txt").find(c.Said), std::string::npos);
+    }
 }
 
 }  // namespace

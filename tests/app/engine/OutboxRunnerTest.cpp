@@ -24,7 +24,7 @@ const Fault kServerError{FaultKind::HttpStatus, u"Internal Server Error", 500};
 class OutboxRunnerTest : public ::testing::Test {
   protected:
     OutboxRunner MakeRunner() {
-        return OutboxRunner(Outbox(dir_ / "Outbox"), [this] { return now_; });
+        return OutboxRunner(Outbox(dir_ / "Outbox"), dir_ / "Outbox.lock", [this] { return now_; });
     }
     // The options in force at the save name the save, so a test can tell which one an entry
     // keeps.
@@ -36,7 +36,7 @@ class OutboxRunnerTest : public ::testing::Test {
     // A try noted in tries_; every try fails with kDown while down_, else each bib id fails with
     // its fault in faults_ (none: delivered).
     Attempt Trying() {
-        return [this](const OutboxEntry& entry, bool late, const AttemptHooks&) -> Done {
+        return [this](const OutboxEntry& entry, bool late) -> Done {
             tries_.push_back(entry.BibId + (late ? u" late" : u""));
             if (down_) {
                 return kDown;
@@ -169,14 +169,17 @@ TEST_F(OutboxRunnerTest, AFailureNoRetryCuresStandsAsideUntilTheCataloguerActs) 
 
 TEST_F(OutboxRunnerTest, EntriesAnotherProgramHandsOverAreTakenInInTheOrderSaved) {
     OutboxRunner holder = MakeRunner();
-    ASSERT_TRUE(holder.Resume().empty());
+    ASSERT_TRUE(holder.Hold().Holder);
     Add(holder, u"2");
     // A second program hands its export over: it writes the entry and repairs nothing.
     OutboxRunner guest = MakeRunner();
-    guest.Look();
+    const OutboxRunner::Holding guestHolds = guest.Hold();
+    EXPECT_FALSE(guestHolds.Holder);
+    EXPECT_EQ(guestHolds.Other, ProcessNumber()) << "the holder named for the message";
+    EXPECT_EQ(guest.Entries().size(), 1U) << "it sees what waits";
     --now_;
     Add(guest, u"1");
-    holder.Adopt();
+    ASSERT_TRUE(holder.Hold().Holder);
     EXPECT_EQ(Ids(holder), (std::vector<std::u16string>{u"1", u"2"})) << "in the order saved";
     RunDue(holder);
     EXPECT_EQ(tries_, (std::vector<std::u16string>{u"1 late", u"2 late"}));

@@ -106,7 +106,7 @@ TEST(OutboxTest, OnlyFailuresALaterTryMayCureAreRetriedAndOnlyTheServersHoldTheQ
     // kind, code, retried, a failure of the server (holds every entry) rather than of one record
     const std::tuple<FaultKind, int, bool, bool> cases[] = {
         {FaultKind::NoConnection, 0, true, true},  {FaultKind::TimedOut, 0, true, true},
-        {FaultKind::EmptyReply, 0, true, false},   {FaultKind::Refused, 0, true, true},
+        {FaultKind::EmptyReply, 0, true, false},   {FaultKind::Refused, 0, false, true},
         {FaultKind::NoSpace, 28, true, true},      {FaultKind::HttpStatus, 408, true, false},
         {FaultKind::HttpStatus, 429, true, false}, {FaultKind::HttpStatus, 500, true, false},
         {FaultKind::HttpStatus, 503, true, false}, {FaultKind::HttpStatus, 404, false, false},

@@ -6,6 +6,7 @@
 #include <QSettings>
 #endif
 
+#include "app/engine/ExportEngine.h"
 #include "app/engine/Settings.h"
 #include "config/Utf.h"
 #include "tests/support/TempDir.h"
@@ -69,7 +70,8 @@ TEST(Policy, OverridesAndLocksTheUsersSettingWithoutRewritingIt) {
     }
     Settings settings(file, Policy({{u"ftpserver", u"theirs.example:21"},
                                     {u"Logging", u"Yes"},
-                                    {u"Holdtype", u"sideways"}},
+                                    {u"Holdtype", u"sideways"},
+                                    {u"Authtype", u"none"}},
                                    u"test"));
     EXPECT_EQ(settings.Setting(SettingKey::FTPServer), u"theirs.example:21");
     EXPECT_EQ(settings.Setting(u"FTPSERVER"), u"theirs.example:21");
@@ -84,6 +86,15 @@ TEST(Policy, OverridesAndLocksTheUsersSettingWithoutRewritingIt) {
     const Settings own(file);
     EXPECT_EQ(own.Setting(SettingKey::FTPServer), u"mine.example");
     EXPECT_EQ(own.Setting(SettingKey::Holdtype), u"none");
+
+    // The window's choice of a locked option changes nothing, not even for this session.
+    EngineSeams seams;
+    seams.ProgramFolder = dir.Path();
+    ExportEngine engine(settings, seams);
+    engine.SetOption(Option::Authorities, Placement::After);
+    engine.SetOption(Option::Holdings, Placement::After);
+    EXPECT_EQ(engine.State().Options.Authorities, Placement::Interleaved);
+    EXPECT_EQ(engine.State().Options.Holdings, Placement::After);
 }
 
 TEST(Policy, FileHoldsNameValueLinesAndAMissingFileIsNoPolicy) {

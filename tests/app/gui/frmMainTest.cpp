@@ -57,13 +57,13 @@ TEST_F(FrmMainTest, StartUpPutsEverySettingIntoItsWidget) {
         {SettingKey::Change035, u"Yes", "Chk035", 1},
         {SettingKey::ISBNDehyphenate, u"No", "ChkISBN", 0},
     };
-    settings_->StoreSetting(SettingKey::Charset, u"UTF-8");
-    settings_->StoreSetting(SettingKey::Libraries, u"T S");
-    settings_->StoreSetting(SettingKey::LastBibId, u"12515882");
-    settings_->StoreSetting(SettingKey::FTPServer, u"ftp.example.org");
-    settings_->StoreSetting(SettingKey::Clear, u"No");
+    EXPECT_TRUE(settings_->StoreSetting(SettingKey::Charset, u"UTF-8").Ok());
+    EXPECT_TRUE(settings_->StoreSetting(SettingKey::Libraries, u"T S").Ok());
+    EXPECT_TRUE(settings_->StoreSetting(SettingKey::LastBibId, u"12515882").Ok());
+    EXPECT_TRUE(settings_->StoreSetting(SettingKey::FTPServer, u"ftp.example.org").Ok());
+    EXPECT_TRUE(settings_->StoreSetting(SettingKey::Clear, u"No").Ok());
     for (const StartCase& c : cases) {
-        settings_->StoreSetting(c.Key, c.Value);
+        EXPECT_TRUE(settings_->StoreSetting(c.Key, c.Value).Ok());
     }
     StartWindow();
     ASSERT_TRUE(WaitFor([&] { return Find<QLineEdit>("txtBibId")->text() == u"12515882"; }));

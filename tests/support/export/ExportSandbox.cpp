@@ -1,6 +1,7 @@
 #include "tests/support/export/ExportSandbox.h"
 
 #ifndef _WIN32
+#include <stdexcept>
 #include <sys/wait.h>
 #endif
 
@@ -98,7 +99,9 @@ ExportSandbox::ExportSandbox()
 #endif
     NameClientWorkfile(workfile_);
     settings_ = std::make_unique<Settings>(dir_ / "settings.ini");
-    settings_->StoreSetting(SettingKey::Destination, PathToText(destination_));
+    if (!settings_->StoreSetting(SettingKey::Destination, PathToText(destination_))) {
+        throw std::runtime_error("the sandbox's settings file cannot be written");
+    }
 }
 
 ExportSandbox::~ExportSandbox() {
