@@ -29,3 +29,8 @@ if(TESSELEX_WINDOWS_QT)
     list(APPEND CMAKE_FIND_ROOT_PATH ${TESSELEX_WINDOWS_QT})
     set(CMAKE_EXE_LINKER_FLAGS_INIT "")
 endif()
+
+# libcurl for Windows (scripts/curl-windows), the uploads' transfer library, likewise.
+if(TESSELEX_WINDOWS_CURL)
+    list(APPEND CMAKE_FIND_ROOT_PATH ${TESSELEX_WINDOWS_CURL})
+endif()

@@ -1,8 +1,7 @@
 #pragma once
-// Private to the shared routines: one logged-in upload session of the platform (libcurl in
-// FtpTransferCurl.cpp, the Windows Internet functions in FtpTransferWin.cpp, which speak plain
-// FTP only). The platform reports what it saw as a TransferSignal; TransferFaultOf
-// (FtpUpload.cpp) turns it into the fault, so every platform classifies each failure the same way.
+// Private to the shared routines: one logged-in upload session (libcurl in FtpTransferCurl.cpp,
+// on every platform). The transfer reports what it saw as a TransferSignal; TransferFaultOf
+// (FtpUpload.cpp) turns it into the fault, so each failure is classified in one place.
 
 #include <chrono>
 #include <filesystem>

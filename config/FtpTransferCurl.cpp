@@ -1,5 +1,15 @@
-// The upload session through libcurl: plain FTP, FTP over TLS and SFTP. The log-in made by
-// Connect stays open in the easy handle and every Send reuses it.
+// The upload session through libcurl on every platform: plain FTP, FTP over TLS and SFTP. The
+// log-in made by Connect stays open in the easy handle and every Send reuses it. TLS is
+// OpenSSL's on Linux and Windows's own Schannel on Windows (scripts/curl-windows).
+
+#ifdef _WIN32
+#define SECURITY_WIN32
+#include <windows.h>  // before the security headers, which need it
+
+#include <schannel.h>
+#include <security.h>
+#include <wincrypt.h>
+#endif
 
 #include <algorithm>
 #include <cstring>
@@ -84,6 +94,35 @@ int CheckHostKey(void* data, int /*type*/, const char* key, size_t length) {
     return check->Verdict == Trust::Fine ? CURLKHMATCH_OK : CURLKHMATCH_MISMATCH;
 }
 
+#ifdef _WIN32
+// Schannel runs libcurl's pin check before it collects the certificate information, so the pin
+// that matches nothing (kNoPin) leaves CURLINFO_CERTINFO empty there. The certificate is read
+// from Schannel's own security context instead (CURLINFO_TLS_SSL_PTR) while libcurl reports the
+// handshake's steps and the pin's failure: the connection is still open then, and nothing has
+// been sent but the handshake.
+int ReadSchannelCertificate(CURL* easy, curl_infotype type, char* /*text*/, size_t /*size*/,
+                            void* data) {
+    auto* der = static_cast<std::string*>(data);
+    if (type != CURLINFO_TEXT || !der->empty()) {
+        return 0;
+    }
+    curl_tlssessioninfo* tls = nullptr;
+    if (curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &tls) != CURLE_OK || tls == nullptr ||
+        tls->backend != CURLSSLBACKEND_SCHANNEL || tls->internals == nullptr) {
+        return 0;
+    }
+    PCCERT_CONTEXT certificate = nullptr;
+    if (QueryContextAttributesW(static_cast<CtxtHandle*>(tls->internals),
+                                SECPKG_ATTR_REMOTE_CERT_CONTEXT, &certificate) == SEC_E_OK &&
+        certificate != nullptr) {
+        der->assign(reinterpret_cast<const char*>(certificate->pbCertEncoded),
+                    certificate->cbCertEncoded);
+        CertFreeCertificateContext(certificate);
+    }
+    return 0;
+}
+#endif
+
 }  // namespace
 
 struct FtpTransfer::Session {
@@ -96,6 +135,7 @@ struct FtpTransfer::Session {
     std::string CaFile;
     char ErrorText[CURL_ERROR_SIZE] = {};
     HostKeyCheck HostKey;
+    std::string Certificate;  // DER, when read from the TLS library's own context
 
     bool Tls() const {
         return Protocol == UploadProtocol::Ftps || Protocol == UploadProtocol::FtpsImplicit;
@@ -196,6 +236,16 @@ Done FtpTransfer::Connect(const TransferSettings& settings) {
         curl_easy_setopt(easy, CURLOPT_SSLVERSION, versions);
         // The certificate is kept for the fingerprint "test connection" shows.
         curl_easy_setopt(easy, CURLOPT_CERTINFO, 1L);
+#ifdef _WIN32
+        curl_easy_setopt(easy, CURLOPT_DEBUGFUNCTION, ReadSchannelCertificate);
+        curl_easy_setopt(easy, CURLOPT_DEBUGDATA, static_cast<void*>(&s.Certificate));
+        curl_easy_setopt(easy, CURLOPT_VERBOSE, 1L);
+        // Schannel checks revocation: a certificate known to be revoked is refused, but one
+        // whose authority publishes no revocation list, or whose list cannot be reached, is
+        // not (a library's own CA rarely publishes one).
+        curl_easy_setopt(easy, CURLOPT_SSL_OPTIONS,
+                         static_cast<long>(CURLSSLOPT_REVOKE_BEST_EFFORT));
+#endif
         if (!s.Trusted.empty()) {
             // A pinned key trusts the server whoever signed its certificate.
             curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, s.Trusted.c_str());
@@ -247,6 +297,9 @@ Outcome<ServerIdentity> FtpTransfer::Identify(const TransferSettings& settings) 
                 }
             }
         }
+    }
+    if (const auto prints = FingerprintsOfDer(session_->Certificate)) {
+        return ServerIdentity{FromAscii(prints->Pin), FromAscii(prints->Certificate)};
     }
     return connected ? TransferFaultOf(TransferSignal{.Words = u"the server showed no certificate"})
                      : connected.Failure();

@@ -10,11 +10,13 @@ namespace tesselex::test {
 
 LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
                                      UploadProtocol protocol,
-                                     const std::filesystem::path& certificate)
+                                     const std::filesystem::path& certificate,
+                                     std::vector<std::string> options)
     : user_(std::move(user)),
       password_(std::move(password)),
       protocol_(protocol),
-      certificate_(certificate.string()) {
+      certificate_(certificate.string()),
+      options_(std::move(options)) {
     std::vector<std::string> arguments = {user_, password_, LoopbackScript::ScriptPath(Root())};
     for (const std::string& option : Options()) {
         arguments.push_back(option);
@@ -62,6 +64,7 @@ std::vector<std::string> LoopbackFtpServer::Options() const {
     if (!certificate_.empty()) {
         options.push_back(LoopbackScript::ScriptPath(certificate_));
     }
+    options.insert(options.end(), options_.begin(), options_.end());
     return options;
 }
 

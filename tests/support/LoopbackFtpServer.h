@@ -9,7 +9,10 @@
 // The user may read, write, create folders, rename and delete under the root. A second user,
 // "reader" with the same password, may only read. An upload whose name begins with "cut" has its
 // connection closed by the server, one whose name begins with "full" finds the server's disk
-// full. A failed login is answered at once (the usual anti-guessing
+// full. Options: "require-session-reuse" (FTPS) refuses every data connection that does not
+// resume the control connection's TLS session; "tls-1.3-only" (FTPS) speaks no older TLS than
+// 1.3; "rsa" or "ed25519" (SFTP) gives the server a host key of that kind alone instead of
+// ECDSA ("ecdsa", the default). A failed login is answered at once (the usual anti-guessing
 // delay is off) so failure tests stay quick. The server also ends with the test process; on Linux
 // already when the thread that started it ends, so start it from the test's own thread (a fixture
 // member or a local), not from a short-lived helper thread. On Windows the Linux Python is started
@@ -32,7 +35,8 @@ class LoopbackFtpServer {
     // Wine).
     explicit LoopbackFtpServer(std::string user = "tester", std::string password = "secret",
                                UploadProtocol protocol = UploadProtocol::Ftp,
-                               const std::filesystem::path& certificate = {});
+                               const std::filesystem::path& certificate = {},
+                               std::vector<std::string> options = {});
     ~LoopbackFtpServer();
     LoopbackFtpServer(const LoopbackFtpServer&) = delete;
     LoopbackFtpServer& operator=(const LoopbackFtpServer&) = delete;
@@ -66,6 +70,7 @@ class LoopbackFtpServer {
     std::string password_;
     UploadProtocol protocol_;
     std::string certificate_;
+    std::vector<std::string> options_;
     std::string hostKey_;
     TempDir root_;
     std::unique_ptr<LoopbackScript> script_;  // the running server

@@ -1,11 +1,15 @@
 # The loopback FTP server of the tests (LoopbackFtpServer*.cpp), run by the system Python on
 # every platform: on Linux directly, on Windows through Wine, which starts Linux programs too.
-# Usage: LoopbackFtpServer.py USER PASSWORD ROOT [ftp|ftps|ftps-implicit CERTIFICATE_PEM]
+# Usage: LoopbackFtpServer.py USER PASSWORD ROOT [ftp|ftps|ftps-implicit CERTIFICATE_PEM
+#        [require-session-reuse|tls-1.3-only]]
 # Binds a port chosen by the system and prints it as its first line, so there is no race for a
 # free port. Serves until its standard input ends: the test closes it to stop the server, and a
 # test process that dies closes it too. Every connection is closed before the process ends.
 # ftps takes AUTH TLS and requires it on the control and data connections; ftps-implicit speaks
-# TLS from the first byte. The PEM file holds the certificate chain and the key.
+# TLS from the first byte. The PEM file holds the certificate chain and the key. With
+# require-session-reuse a data connection must resume the control connection's TLS session, or it
+# is refused, as vsftpd's require_ssl_reuse and FileZilla Server do; with tls-1.3-only the server
+# speaks no TLS older than 1.3.
 import logging
 import os
 import select
@@ -43,13 +47,22 @@ def test_behaviour(base):
 if mode == "ftp":
     Handler = test_behaviour(FTPHandler)
 else:
+    from OpenSSL._util import lib as openssl
     from pyftpdlib.handlers import TLS_DTPHandler, TLS_FTPHandler
+
+    option = sys.argv[6] if len(sys.argv) > 6 else ""
+    require_reuse = option == "require-session-reuse"
 
     class DataHandler(TLS_DTPHandler):
         # A data connection still in its TLS handshake must be read, or the handshake a client
         # starts before STOR stalls and the connection is reset (pyftpdlib issue 604).
         def readable(self):
             return self._ssl_accepting or super().readable()
+
+        def handle_ssl_established(self):
+            if require_reuse and not openssl.SSL_session_reused(self.socket._ssl):
+                self.cmd_channel.respond("522 SSL connection failed: session reuse required")
+                self.close()
 
     class ImplicitHandler(TLS_FTPHandler):
         # TLS from the first byte: the handshake comes before the greeting.
@@ -63,6 +76,10 @@ else:
     Handler.dtp_handler = DataHandler
     Handler.tls_control_required = True
     Handler.tls_data_required = True
+    if option == "tls-1.3-only":
+        from OpenSSL import SSL
+
+        Handler.get_ssl_context().set_min_proto_version(SSL.TLS1_3_VERSION)
 
 Handler.authorizer = authorizer
 Handler.auth_failed_timeout = 0

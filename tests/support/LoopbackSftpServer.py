@@ -1,12 +1,15 @@
 # The loopback SFTP server of the tests (LoopbackFtpServer*.cpp with the sftp kind), paramiko
-# run by the system Python. Usage: LoopbackSftpServer.py USER PASSWORD ROOT sftp
-# Makes a throw-away host key, binds a port chosen by the system and prints "PORT FINGERPRINT"
-# (the key's SHA256 as OpenSSH shows it) as its first line. Serves until its standard input ends.
+# run by the system Python. Usage:
+#   LoopbackSftpServer.py USER PASSWORD ROOT sftp [ecdsa|rsa|ed25519]
+# Makes a throw-away host key (ECDSA unless another kind is named) and offers that kind alone;
+# binds a port chosen by the system and prints "PORT FINGERPRINT" (the key's SHA256 as OpenSSH
+# shows it) as its first line. Serves until its standard input ends.
 # The user (password only) sees ROOT as "/", which is also the log-in folder; "reader" with the
 # same password may only read. An upload named cut* loses its connection half way, one named
 # full* finds the server's disk full.
 import base64
 import hashlib
+import io
 import os
 import select
 import socket
@@ -16,7 +19,20 @@ import threading
 import paramiko
 
 user, password, root = sys.argv[1:4]
-host_key = paramiko.ECDSAKey.generate()
+kind = sys.argv[5] if len(sys.argv) > 5 else "ecdsa"
+if kind == "rsa":
+    host_key = paramiko.RSAKey.generate(2048)
+elif kind == "ed25519":
+    # paramiko reads ed25519 keys but makes none: cryptography makes it.
+    from cryptography.hazmat.primitives import serialization
+    from cryptography.hazmat.primitives.asymmetric import ed25519
+
+    made = ed25519.Ed25519PrivateKey.generate().private_bytes(
+        serialization.Encoding.PEM, serialization.PrivateFormat.OpenSSH,
+        serialization.NoEncryption())
+    host_key = paramiko.Ed25519Key(file_obj=io.StringIO(made.decode()))
+else:
+    host_key = paramiko.ECDSAKey.generate()
 NO_SPACE_ON_FILESYSTEM = 14
 
 

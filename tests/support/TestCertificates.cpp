@@ -1,15 +1,7 @@
 #include "tests/support/TestCertificates.h"
 
-#include <cstdio>
-#include <cstdlib>
-#include <stdexcept>
-
+#include "tests/support/ShellCommand.h"
 #include "tests/support/TestData.h"
-
-#ifdef _WIN32
-#define popen _popen
-#define pclose _pclose
-#endif
 
 namespace tesselex::test {
 
@@ -28,9 +20,11 @@ TestCertificates::TestCertificates() {
 }
 
 std::string TestCertificates::Pin(const std::filesystem::path& pem) const {
-    std::string base64 = Run("openssl x509 -in '" + pem.string() +
-                             "' -pubkey -noout | openssl pkey -pubin -outform der"
-                             " | openssl dgst -sha256 -binary | openssl enc -base64");
+    std::string base64 =
+        RunShellCommand("openssl x509 -in '" + pem.filename().string() +
+                            "' -pubkey -noout | openssl pkey -pubin -outform der"
+                            " | openssl dgst -sha256 -binary | openssl enc -base64",
+                        pem.parent_path());
     while (!base64.empty() && (base64.back() == '\n' || base64.back() == '\r')) {
         base64.pop_back();
     }
@@ -38,20 +32,7 @@ std::string TestCertificates::Pin(const std::filesystem::path& pem) const {
 }
 
 std::string TestCertificates::Run(const std::string& command) const {
-    const std::string full = "cd '" + dir_.Path().string() + "' && " + command + " 2>/dev/null";
-    FILE* pipe = popen(full.c_str(), "r");
-    if (pipe == nullptr) {
-        throw std::runtime_error("cannot run openssl");
-    }
-    std::string out;
-    char buffer[256];
-    while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, pipe)) {
-        out.append(buffer, got);
-    }
-    if (pclose(pipe) != 0) {
-        throw std::runtime_error("openssl failed: " + command);
-    }
-    return out;
+    return RunShellCommand(command + " 2>/dev/null", dir_.Path());
 }
 
 }  // namespace tesselex::test

@@ -1,5 +1,6 @@
 #pragma once
-// Certificates for the loopback TLS servers, made with the openssl program when the test runs:
+// Certificates for the loopback TLS servers, made with the machine's openssl program when the
+// test runs (under Wine too, through the Unix shell: ShellCommand.h):
 // a certificate authority, a server certificate it signed and a self-signed one, both for
 // 127.0.0.1 and localhost. Each server PEM holds the certificate and its key, as the servers
 // load it.

@@ -285,9 +285,6 @@ TEST_F(MainProgramTest, DialogsHandTheirTextsToTheEngine) {
 }
 
 TEST_F(MainProgramTest, TestingTheConnectionAsksBeforeItTrustsTheServer) {
-#ifdef _WIN32
-    GTEST_SKIP() << "the Windows build has no SFTP";
-#endif
     const LoopbackFtpServer sftp("tester", "secret", UploadProtocol::Sftp);
     auto program = Started({QStringLiteral("show")}, true);
     // Every message box "Testa anslutning" opens is read and answered: Yes to the question
