@@ -55,10 +55,8 @@ constexpr char kTlsListingUnderWine[] =
     "under Wine, Schannel does not report the TLS close_notify that ends a download, so an "
     "FTPS listing fails there; the listing is checked on Linux, the rest of the test ran";
 
-// One set of certificates for the whole program: openssl is slow to make keys.
 const test::TestCertificates& Certificates() {
-    static const auto certificates = std::make_unique<test::TestCertificates>();
-    return *certificates;
+    return test::TestCertificates::Shared();
 }
 
 // A TLS server's user, trusting its CA file. The server goes by the name its certificate carries:

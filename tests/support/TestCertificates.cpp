@@ -19,6 +19,11 @@ TestCertificates::TestCertificates() {
     WriteBytes(SelfSigned(), ReadBytes(dir_ / "self.crt") + ReadBytes(dir_ / "self.key"));
 }
 
+const TestCertificates& TestCertificates::Shared() {
+    static const TestCertificates certificates;
+    return certificates;
+}
+
 std::string TestCertificates::Pin(const std::filesystem::path& pem) const {
     std::string base64 =
         RunShellCommand("openssl x509 -in '" + pem.filename().string() +

@@ -16,6 +16,8 @@ class TestCertificates {
   public:
     // Throws std::runtime_error when openssl fails.
     TestCertificates();
+    // One set for the whole test program: openssl is slow to make keys.
+    static const TestCertificates& Shared();
 
     std::filesystem::path Authority() const { return dir_ / "ca.pem"; }  // the CA's certificate
     std::filesystem::path Signed() const { return dir_ / "signed.pem"; }

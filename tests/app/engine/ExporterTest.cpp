@@ -5,10 +5,12 @@
 #include <vector>
 
 #include "config/CodePage.h"
+#include "config/Strings.h"
 #include "config/Utf.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/LoopbackFtpServer.h"
 #include "tests/support/TempDir.h"
+#include "tests/support/TestCertificates.h"
 #include "tests/support/TestData.h"
 
 namespace tesselex {
@@ -20,7 +22,8 @@ class ExporterTest : public ::testing::Test {
     // The plan and the save, as the engine makes them.
     Outcome<std::u16string> Save(std::u16string records, std::u16string_view destination,
                                  bool clear) const {
-        const Outcome<PlannedSave> plan = exporter_.PlanSave({std::move(records)}, destination, clear);
+        const Outcome<PlannedSave> plan =
+            exporter_.PlanSave({std::move(records)}, destination, clear);
         if (!plan) {
             return plan.Failure();
         }
@@ -93,31 +96,75 @@ TEST_F(ExporterTest, AFailedSaveSaysWhyAndLeavesTheFileAsItWas) {
     }
 }
 
-class ExporterFtpTest : public ExporterTest {
+// Each upload protocol, its server trusted by the fingerprint stored for it as the settings
+// keep it: what the window, the CLI and the outbox all upload through.
+class ExporterFtpTest : public ExporterTest, public ::testing::WithParamInterface<UploadProtocol> {
   protected:
+    using Path = std::filesystem::path;
+    ExporterFtpTest()
+        : ftp_("tester", "secret", GetParam(), Tls() ? Certificates().Signed() : Path()),
+          // A TLS server goes by the name its certificate carries.
+          server_(Tls() ? u"localhost:" + FromAscii(std::to_string(ftp_.Port()))
+                        : ftp_.ServerText()),
+          trust_(WithTrustedFingerprint(
+              u"", GetParam(), server_,
+              FromAscii(Tls() ? Certificates().Pin(Certificates().Signed()) : ftp_.HostKey()))) {}
+
+    static const test::TestCertificates& Certificates() { return test::TestCertificates::Shared(); }
+    static bool Tls() {
+        return GetParam() == UploadProtocol::Ftps || GetParam() == UploadProtocol::FtpsImplicit;
+    }
     FtpSettings Ftp(std::u16string directory, std::u16string filename) const {
-        return {ftp_.ServerText(), ftp_.UserText(), ftp_.PasswordText(), std::move(directory),
-                std::move(filename)};
+        return {server_,
+                ftp_.UserText(),
+                ftp_.PasswordText(),
+                std::move(directory),
+                std::move(filename),
+                UploadProtocolName(GetParam()),
+                trust_};
     }
     test::LoopbackFtpServer ftp_;
+    std::u16string server_;
+    std::u16string trust_;
 };
 
-TEST_F(ExporterFtpTest, UploadsTheFileJustSavedUnderTheRemoteNameAndSaysWhyNot) {
+TEST_P(ExporterFtpTest, UploadsTheFilesJustSavedByteForByteAndSaysWhyNot) {
     std::filesystem::create_directory(ftp_.Root() / "in");
-    const auto saved = Save(u"records\x1D", Destination("out_%HHMMSS%.mrc"), true);
+    // Every byte value, and more than one buffer's worth, crosses unchanged; two uploads on one
+    // connection, the second as whole as the first.
+    std::string records;
+    for (int i = 0; i < 300000; ++i) {
+        records.push_back(static_cast<char>(i % 256));
+    }
+    const auto saved = Save(AnsiToText(records), Destination("out_%HHMMSS%.mrc"), true);
     ASSERT_TRUE(saved.Ok());
     // The clock moves on before the upload: the file sent is still the one written.
     at_.Second = 10;
     Outcome<UploadConnection> connection = exporter_.Connect(Ftp(u"in/", u"&USER&.mrc"));
     ASSERT_TRUE(connection.Ok()) << TextToUtf8(connection.Reason());
-    EXPECT_TRUE(exporter_.Put(connection.Value(), saved.Value(), Ftp(u"in/", u"&USER&.mrc")).Ok());
-    EXPECT_EQ(test::ReadBytes(ftp_.Root() / "in" / "anna.mrc"), "records\x1D");
+    for (const std::u16string name : {u"&USER&.mrc", u"again.mrc"}) {
+        const Done put = exporter_.Put(connection.Value(), saved.Value(), Ftp(u"in/", name));
+        EXPECT_TRUE(put.Ok()) << TextToUtf8(put.Reason());
+    }
+    EXPECT_EQ(test::ReadBytes(ftp_.Root() / "in" / "anna.mrc"), records);
+    EXPECT_EQ(test::ReadBytes(ftp_.Root() / "in" / "again.mrc"), records);
 
     const Done failed = exporter_.Put(connection.Value(), saved.Value(), Ftp(u"/missing", u"x"));
     ASSERT_FALSE(failed.Ok());
     EXPECT_EQ(UploadFaultOf(failed.Failure()), UploadFault::PathRefused);
-    EXPECT_TRUE(failed.Reason().ends_with(u"550")) << TextToUtf8(failed.Reason());
+    if (GetParam() != UploadProtocol::Sftp) {
+        EXPECT_TRUE(failed.Reason().ends_with(u"550")) << TextToUtf8(failed.Reason());
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(Protocols, ExporterFtpTest,
+                         ::testing::Values(UploadProtocol::Ftp, UploadProtocol::Ftps,
+                                           UploadProtocol::FtpsImplicit, UploadProtocol::Sftp),
+                         [](const auto& param) {
+                             std::string name = TextToUtf8(UploadProtocolName(param.param));
+                             std::erase(name, '-');
+                             return name;
+                         });
 
 }  // namespace
 }  // namespace tesselex
