@@ -241,14 +241,8 @@ TEST_P(Upload, FailuresSayWhatKindTheyAre) {
     EXPECT_EQ(FaultOf(UploadConnection::Open(Target())), UploadFault::NoConnection);
 }
 
-INSTANTIATE_TEST_SUITE_P(Protocols, Upload,
-                         ::testing::Values(UploadProtocol::Ftp, UploadProtocol::Ftps,
-                                           UploadProtocol::FtpsImplicit, UploadProtocol::Sftp),
-                         [](const auto& param) {
-                             std::string name = TextToUtf8(UploadProtocolName(param.param));
-                             std::erase(name, '-');
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Protocols, Upload, ::testing::ValuesIn(test::kUploadProtocols),
+                         [](const auto& param) { return test::ProtocolTestName(param.param); });
 
 TEST(UploadTarget, ProtocolsNamesPortsAndTrustedServers) {
     using namespace std::chrono_literals;

@@ -8,6 +8,12 @@
 
 namespace tesselex::test {
 
+std::string ProtocolTestName(UploadProtocol protocol) {
+    std::string name = TextToUtf8(UploadProtocolName(protocol));
+    std::erase(name, '-');
+    return name;
+}
+
 LoopbackFtpServer::LoopbackFtpServer(std::string user, std::string password,
                                      UploadProtocol protocol,
                                      const std::filesystem::path& certificate,

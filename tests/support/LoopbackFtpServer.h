@@ -29,6 +29,12 @@
 
 namespace tesselex::test {
 
+// Every upload protocol, for the tests run once per protocol.
+inline constexpr UploadProtocol kUploadProtocols[] = {
+    UploadProtocol::Ftp, UploadProtocol::Ftps, UploadProtocol::FtpsImplicit, UploadProtocol::Sftp};
+// The protocol's name as a test's name may carry it ("ftpsimplicit").
+std::string ProtocolTestName(UploadProtocol protocol);
+
 class LoopbackFtpServer {
   public:
     // Throws std::runtime_error when the server cannot be started (no Python, no pyftpdlib, no

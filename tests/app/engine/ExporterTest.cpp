@@ -157,14 +157,8 @@ TEST_P(ExporterFtpTest, UploadsTheFilesJustSavedByteForByteAndSaysWhyNot) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Protocols, ExporterFtpTest,
-                         ::testing::Values(UploadProtocol::Ftp, UploadProtocol::Ftps,
-                                           UploadProtocol::FtpsImplicit, UploadProtocol::Sftp),
-                         [](const auto& param) {
-                             std::string name = TextToUtf8(UploadProtocolName(param.param));
-                             std::erase(name, '-');
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Protocols, ExporterFtpTest, ::testing::ValuesIn(test::kUploadProtocols),
+                         [](const auto& param) { return test::ProtocolTestName(param.param); });
 
 }  // namespace
 }  // namespace tesselex
