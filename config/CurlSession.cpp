@@ -25,6 +25,16 @@ CurlEasy NewCurlEasy() {
     return easy;
 }
 
+void TrustTlsServer(CURL* easy, const std::string& pinned, const std::string& caFile) {
+    if (!pinned.empty()) {
+        curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, pinned.c_str());
+        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
+        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
+    } else if (!caFile.empty()) {
+        curl_easy_setopt(easy, CURLOPT_CAINFO, caFile.c_str());
+    }
+}
+
 std::string ToNetworkBytes(std::u16string_view text) {
     return TextToAnsi(text);
 }

@@ -18,6 +18,12 @@ using CurlEasy = std::unique_ptr<CURL, CurlEasyDeleter>;
 // set up.
 CurlEasy NewCurlEasy();
 
+// How the handle trusts a TLS server: by its pinned public key alone ("sha256//…"), whoever
+// signed its certificate and whatever names it holds; else by the CA file when one is given;
+// else by the system's trust store. libcurl keeps the pointers: the strings must outlive the
+// transfer.
+void TrustTlsServer(CURL* easy, const std::string& pinned, const std::string& caFile);
+
 // Text as the bytes the network functions take: the code page, as addresses, names and
 // passwords always went out; characters it cannot hold become "?".
 std::string ToNetworkBytes(std::u16string_view text);

@@ -162,11 +162,10 @@ struct FtpTransfer::Session {
         signal.Words = AnsiToText(ErrorText[0] != '\0' ? std::string(ErrorText)
                                                        : std::string(curl_easy_strerror(code)));
         if (HostKey.Verdict != Trust::Fine) {
-            signal.Words = FromAscii(HostKey.Verdict == Trust::UnknownKey
-                                         ? "the server's host key " + HostKey.Seen +
-                                               " is not trusted yet"
-                                         : "the server's host key " + HostKey.Seen +
-                                               " is not the trusted " + Trusted);
+            signal.Words = FromAscii(
+                HostKey.Verdict == Trust::UnknownKey
+                    ? "the server's host key " + HostKey.Seen + " is not trusted yet"
+                    : "the server's host key " + HostKey.Seen + " is not the trusted " + Trusted);
         }
         return TransferFaultOf(signal);
     }
@@ -231,8 +230,7 @@ Done FtpTransfer::Connect(const TransferSettings& settings) {
         // TLS 1.3 on a reused FTPS connection can cut later uploads short while reporting
         // success, so FTPS stays on TLS 1.2.
         // CURL_SSLVERSION_MAX_TLSv1_2 spelt out: the macro's enum arithmetic trips the warnings.
-        const long versions =
-            long{CURL_SSLVERSION_TLSv1_2} | (long{CURL_SSLVERSION_TLSv1_2} << 16);
+        const long versions = long{CURL_SSLVERSION_TLSv1_2} | (long{CURL_SSLVERSION_TLSv1_2} << 16);
         curl_easy_setopt(easy, CURLOPT_SSLVERSION, versions);
         // The certificate is kept for the fingerprint "test connection" shows.
         curl_easy_setopt(easy, CURLOPT_CERTINFO, 1L);
@@ -246,14 +244,7 @@ Done FtpTransfer::Connect(const TransferSettings& settings) {
         curl_easy_setopt(easy, CURLOPT_SSL_OPTIONS,
                          static_cast<long>(CURLSSLOPT_REVOKE_BEST_EFFORT));
 #endif
-        if (!s.Trusted.empty()) {
-            // A pinned key trusts the server whoever signed its certificate.
-            curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, s.Trusted.c_str());
-            curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
-            curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
-        } else if (!s.CaFile.empty()) {
-            curl_easy_setopt(easy, CURLOPT_CAINFO, s.CaFile.c_str());
-        }
+        detail::TrustTlsServer(easy, s.Trusted, s.CaFile);
     }
     // Log in and stop: the connection stays open in the handle for the uploads.
     const std::string start = s.Base + (settings.Protocol == UploadProtocol::Sftp ? "~/" : "");

@@ -204,13 +204,7 @@ bool UrlRequest::Start(std::u16string_view address, std::chrono::seconds limit,
     curl_easy_setopt(easy, CURLOPT_CERTINFO, 1L);
     t.pinned = TextToAnsi(Trim(trust.Pinned));
     t.caFile = trust.CaFile.string();
-    if (!t.pinned.empty()) {
-        curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, t.pinned.c_str());
-        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
-        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
-    } else if (!t.caFile.empty()) {
-        curl_easy_setopt(easy, CURLOPT_CAINFO, t.caFile.c_str());
-    }
+    detail::TrustTlsServer(easy, t.pinned, t.caFile);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, CollectBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, &t.buffer);
     if (curl_multi_add_handle(t.multi, easy) != CURLM_OK) {
